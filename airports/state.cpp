@@ -1,0 +1,3 @@
+#include "airports/state.h"
+
+void gf_resetAirports() {}

@@ -1,0 +1,3 @@
+#include "engine/state.h"
+
+void gf_resetEngine() {}

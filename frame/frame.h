@@ -1,0 +1,10 @@
+// frame/frame.h — the program frame as a whole: process entry and the reset of all its globals.
+#pragma once
+
+// Back to the state of a fresh process for everything the frame keeps: run-state flags, message line,
+// panel and controls, parameters. A restart uses the parts it needs; every test fixture calls it.
+void gf_resetFrame();
+
+// The process: single-instance lock, log, window (headless on a machine without a display), one run.
+// Returns the process exit code: -1 when another instance runs.
+int gf_processEntry(int argc, char** argv);

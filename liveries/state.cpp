@@ -1,0 +1,3 @@
+#include "liveries/state.h"
+
+void gf_resetLiveries() {}

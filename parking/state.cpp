@@ -1,0 +1,3 @@
+#include "parking/state.h"
+
+void gf_resetParking() {}

@@ -1,0 +1,5 @@
+// parking/state.h — what static parking remembers between calls, and its reset.
+#pragma once
+
+// Back to the state of a fresh process (restart of a run, every test fixture).
+void gf_resetParking();

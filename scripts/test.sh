@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# The full test suite: setup, a plain build with warnings as errors and all tests, then the same tests
+# again in a build with AddressSanitizer and UndefinedBehaviorSanitizer.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+bash scripts/setup.sh
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+echo "== plain build =="
+cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
+cmake --build build -j"$jobs"
+ctest --test-dir build --output-on-failure -j"$jobs"
+
+echo "== sanitizer build (ASan + UBSan) =="
+cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZARK_SANITIZE=ON -DZARK_BENCH=OFF
+cmake --build build-asan -j"$jobs"
+ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  ctest --test-dir build-asan --output-on-failure -j"$jobs"
+
+if [ -x scripts/fuzz.sh ]; then
+  echo "== fuzzing (short, fixed time) =="
+  bash scripts/fuzz.sh
+fi

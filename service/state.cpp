@@ -1,0 +1,3 @@
+#include "service/state.h"
+
+void gf_resetService() {}

@@ -1,0 +1,5 @@
+// simlink/state.h — what the simulator link remembers between calls, and its reset.
+#pragma once
+
+// Back to the state of a fresh process (restart of a run, every test fixture).
+void gf_resetSimlink();
