@@ -9,9 +9,9 @@
 using SteadyTime = std::chrono::steady_clock::time_point;
 using UtcTime = std::chrono::system_clock::time_point;
 
-SteadyTime gf_steadyNow();   // monotonic; for pacing and waits
-UtcTime gf_utcNow();         // wall clock, UTC
-int64_t gf_epochSeconds();   // gf_utcNow() as seconds since 1970
+SteadyTime gf_steadyNow();  // monotonic; for pacing and waits
+UtcTime gf_utcNow();        // wall clock, UTC
+int64_t gf_epochSeconds();  // gf_utcNow() as seconds since 1970
 // Sleeps on the steady clock. Under a manual clock it advances that clock instead and returns at once.
 void gf_sleepFor(std::chrono::milliseconds d);
 

@@ -28,8 +28,8 @@ void lf_startRun() {
     ++run.activeThreads;
     try {
         if (!std::filesystem::exists(folders::docs))
-            throw zel::UserErrorException(41, fmt::format("{} must be run from the {} folder!", kProgramName,
-                                                          kProgramName));
+            throw zel::UserErrorException(
+                41, fmt::format("{} must be run from the {} folder!", kProgramName, kProgramName));
         gf_makeFolders();
         gf_readParameters();
         gf_migrateParameters();

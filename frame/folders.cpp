@@ -127,8 +127,8 @@ void lf_detectSim() {
         const std::string path = gf_readRegistryString(v5 ? keys[1] : keys[2], "SetupPath").value_or("");
         if (path.empty()) {
             SIM_INSTALL_PATH.current.clear();
-            throw zel::UserErrorException(151,
-                                          "No P3D install path detected, type full Install Path above, and press Enter");
+            throw zel::UserErrorException(
+                151, "No P3D install path detected, type full Install Path above, and press Enter");
         }
         SIM_INSTALL_PATH.current = path;
         gf_saveParameter(SIM_INSTALL_PATH);

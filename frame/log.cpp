@@ -18,8 +18,7 @@ std::string lf_asctime(std::chrono::system_clock::time_point t) {
     gf_gmtime(std::chrono::system_clock::to_time_t(t), tm);
     // asctime's fixed layout: "Www Mmm dd hh:mm:ss yyyy"
     static const char* kDays[] = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-    static const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    static const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     return fmt::format("{} {} {:2} {:02}:{:02}:{:02} {}", kDays[tm.tm_wday % 7], kMonths[tm.tm_mon % 12], tm.tm_mday,
                        tm.tm_hour, tm.tm_min, tm.tm_sec, tm.tm_year + 1900);
 }
@@ -32,8 +31,8 @@ void gf_openLog(const std::filesystem::path& path) {
     g_log.clear();
     g_log.open(path, std::ios::out | std::ios::trunc | std::ios::binary);
     if (!g_log.is_open()) throw zel::SysErrorException(40, "Failed to write file " + path.string());
-    g_log << fmt::format("{} (utc) {} version {} for {}", gf_timeStamp(gf_utcNow()), kProgramName,
-                         kProgramVersionText, kSimName)
+    g_log << fmt::format("{} (utc) {} version {} for {}", gf_timeStamp(gf_utcNow()), kProgramName, kProgramVersionText,
+                         kSimName)
           << '\n';
 }
 
@@ -99,8 +98,7 @@ std::string gf_timeOfDay() { return lf_asctime(gf_utcNow()).substr(11, 8); }
 std::string gf_dateOfToday() {
     std::tm tm{};
     gf_gmtime(std::chrono::system_clock::to_time_t(gf_utcNow()), tm);
-    static const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                    "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    static const char* kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun", "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     return fmt::format("{} {}, {}", kMonths[tm.tm_mon % 12], tm.tm_mday, tm.tm_year + 1900);
 }
 

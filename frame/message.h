@@ -9,10 +9,10 @@
 #include <fmt/format.h>
 
 struct MessageLine {
-    std::string message;     // the line in normal state
-    std::string error;       // while not empty, messages are dropped
-    int32_t shownAtTick = 0; // windowTick when the message was shown, at least 1; 0: no message
-    int32_t windowTick = 0;  // incremented by each tick
+    std::string message;      // the line in normal state
+    std::string error;        // while not empty, messages are dropped
+    int32_t shownAtTick = 0;  // windowTick when the message was shown, at least 1; 0: no message
+    int32_t windowTick = 0;   // incremented by each tick
 };
 
 // Ticks a message stays on the line while the simulator delivers ticks.

@@ -29,11 +29,11 @@ private:
 enum class Band : uint8_t { Header, Status, Parameters, Static, Message };
 
 struct PanelState {
-    std::atomic<bool> simConnected{false};      // a SimConnect session is open
-    std::atomic<bool> simRunningShown{false};   // copy of the "Sim" event state
-    SharedText simText;                         // name and version of the simulator
-    SharedText userTitleText;                   // title of the user aircraft
-    SharedText userStandText;                   // stand of the user aircraft
+    std::atomic<bool> simConnected{false};     // a SimConnect session is open
+    std::atomic<bool> simRunningShown{false};  // copy of the "Sim" event state
+    SharedText simText;                        // name and version of the simulator
+    SharedText userTitleText;                  // title of the user aircraft
+    SharedText userStandText;                  // stand of the user aircraft
     std::atomic<bool> userSpanKnown{true};
     std::atomic<int64_t> liveryCount{-1};       // liveries read
     std::atomic<int32_t> orbxCount{0};          // files in my_ORBX
@@ -59,7 +59,7 @@ struct PanelState {
     std::atomic<bool> reservedStandKnown{false};
     std::atomic<int32_t> updateCount{0};
     std::atomic<int32_t> standCount{0};
-    std::atomic<float> liveAverageFit{-1.0f};   // hours; 0 or less is not shown
+    std::atomic<float> liveAverageFit{-1.0f};  // hours; 0 or less is not shown
     std::atomic<float> staticAverageFit{-1.0f};
     std::atomic<int32_t> wanted{0};
     std::atomic<int32_t> minutesToRenewal{0};

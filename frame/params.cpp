@@ -120,10 +120,10 @@ std::vector<Par*> lf_buildTable() {
                            &PROGRAM_VERSION};
     for (auto& p : lfolder) t.push_back(&p);
     for (auto& p : afolder) t.push_back(&p);
-    for (Par* p : {static_cast<Par*>(&PROGRAM_INSTALL_PATH), static_cast<Par*>(&ARCHIVE_VERSION),
-                   static_cast<Par*>(&DBASE_VERSION), static_cast<Par*>(&AIG_VERSION),
-                   static_cast<Par*>(&DATA_CHECKED_AT_DATE), static_cast<Par*>(&BLOCK_CALLSIGN),
-                   static_cast<Par*>(&SIM_INSTALL_PATH)})
+    for (Par* p :
+         {static_cast<Par*>(&PROGRAM_INSTALL_PATH), static_cast<Par*>(&ARCHIVE_VERSION),
+          static_cast<Par*>(&DBASE_VERSION), static_cast<Par*>(&AIG_VERSION), static_cast<Par*>(&DATA_CHECKED_AT_DATE),
+          static_cast<Par*>(&BLOCK_CALLSIGN), static_cast<Par*>(&SIM_INSTALL_PATH)})
         t.push_back(p);
     return t;
 }

@@ -57,8 +57,7 @@ extern ParBool COLLISION_LIVE_PARKED_GND, SIM_TIME, KEEP_SIM_TIME_PAR, RT_PARKTR
     AFG_AUTOMATIC, LIGHT_AIRCRAFT, HELICOPTERS, HIGH_PERF_AIRCRAFT, NAV_LIGHTS_WHILE_PARKED, AUTO_RANGE, LEARN_SOFT,
     PARK_SOFT, PARK_FAKE, WEEK, INITIAL_LOAD_ONLY, GUID_CHANGES;
 extern ParInt CUSTOM_PARKING_PERCENTAGE, MAIN_WINDOW_X, MAIN_WINDOW_Y, LAST_EPOCH_TIME, P3D_VERSION, MATCHING_DEPTH,
-    LATERAL_RANGE, MAX_FIT, MAX_LIVE, AIRPORT_RANGE, AIRPORT_HEIGHT, TIME_SHIFT_DAYS, TIME_SHIFT_HOURS,
-    TIME_SHIFT_MINS;
+    LATERAL_RANGE, MAX_FIT, MAX_LIVE, AIRPORT_RANGE, AIRPORT_HEIGHT, TIME_SHIFT_DAYS, TIME_SHIFT_HOURS, TIME_SHIFT_MINS;
 extern ParString PROGRAM_VERSION;
 extern ParString lfolder[10];  // lfolder0 .. lfolder9: livery folders of a manual scan
 extern ParString afolder[10];  // afolder0 .. afolder9: airport folders of a manual scan
@@ -71,10 +70,10 @@ extern ParFloat MAX_FIT_FL;        // MAX_FIT in hours: MAX_FIT * 0.5 + 0.5
 
 // Derived values, recomputed wherever their source changes.
 struct ParDerived {
-    std::atomic<double> rangeNm{40.0};          // LATERAL_RANGE as a double
-    std::atomic<int32_t> radiusMetres{84080};   // LATERAL_RANGE * 1852 + 10000
-    std::atomic<int32_t> maxLiveWorking{300};   // working limit of live aircraft, a copy of MAX_LIVE
-    std::atomic<int32_t> typedRange{40};        // last LATERAL_RANGE typed while AUTO_RANGE is on
+    std::atomic<double> rangeNm{40.0};         // LATERAL_RANGE as a double
+    std::atomic<int32_t> radiusMetres{84080};  // LATERAL_RANGE * 1852 + 10000
+    std::atomic<int32_t> maxLiveWorking{300};  // working limit of live aircraft, a copy of MAX_LIVE
+    std::atomic<int32_t> typedRange{40};       // last LATERAL_RANGE typed while AUTO_RANGE is on
 };
 extern ParDerived parDerived;
 // Clamp LATERAL_RANGE and derive the range and the radius from it.

@@ -9,11 +9,11 @@
 #include <pugixml.hpp>
 
 enum class TextEncoding : int {
-    Utf8WithoutBom = 0,  // "UTF8_without_BOM": anything else, an empty file too
-    Unicode = 1,         // "Unicode": FF FE, UTF-16 little endian
+    Utf8WithoutBom = 0,    // "UTF8_without_BOM": anything else, an empty file too
+    Unicode = 1,           // "Unicode": FF FE, UTF-16 little endian
     UnicodeBigEndian = 2,  // "Unicode_big_endian": FE FF
-    Utf8WithBom = 3,     // "UTF8_with_BOM": EF BB (the third byte is not looked at)
-    NoneFound = 5        // "none_found": the file cannot be opened
+    Utf8WithBom = 3,       // "UTF8_with_BOM": EF BB (the third byte is not looked at)
+    NoneFound = 5          // "none_found": the file cannot be opened
 };
 const char* gf_encodingName(TextEncoding e);
 

@@ -2,9 +2,9 @@
 // (together with the window and the named pipe transport of the simulator link).
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
-#include <windows.h>
 #include <shlobj.h>
 #include <timeapi.h>
+#include <windows.h>
 
 #include "platform/platform.h"
 
@@ -73,8 +73,8 @@ void gf_releaseInstanceLock() {
 
 std::u16string gf_utf8ToUtf16(std::string_view utf8) {
     if (utf8.empty()) return {};
-    const int len = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data(), static_cast<int>(utf8.size()),
-                                        nullptr, 0);
+    const int len =
+        MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, utf8.data(), static_cast<int>(utf8.size()), nullptr, 0);
     if (len == 0) {
         const DWORD err = GetLastError();
         throw win32::Utf8ConversionException(err == ERROR_NO_UNICODE_TRANSLATION ? kInvalidUtf8Text : kUtf8LengthText,
@@ -104,8 +104,8 @@ std::string gf_utf16ToUtf8(std::u16string_view utf16) {
     if (WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, w, static_cast<int>(utf16.size()), out.data(), len, nullptr,
                             nullptr) == 0) {
         const DWORD err = GetLastError();
-        throw win32::Utf8ConversionException(err == ERROR_NO_UNICODE_TRANSLATION ? kInvalidUtf16Text : kUtf16ConvertText,
-                                             err);
+        throw win32::Utf8ConversionException(
+            err == ERROR_NO_UNICODE_TRANSLATION ? kInvalidUtf16Text : kUtf16ConvertText, err);
     }
     return out;
 }

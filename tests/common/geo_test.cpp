@@ -69,9 +69,12 @@ TEST(Jitter, EitherSideWithEqualChanceAndNoneWithoutPercent) {
     int up = 0, down = 0;
     for (int i = 0; i < 2000; ++i) {
         const double v = gf_jitter(100.0, 10.0);
-        if (v == 110.0) ++up;
-        else if (v == 90.0) ++down;
-        else FAIL() << "jitter gave " << v;
+        if (v == 110.0)
+            ++up;
+        else if (v == 90.0)
+            ++down;
+        else
+            FAIL() << "jitter gave " << v;
     }
     EXPECT_GT(up, 900);
     EXPECT_GT(down, 900);

@@ -21,8 +21,8 @@ protected:
     void writeFile(const std::filesystem::path& p, const std::string& content) const;
     std::string readFile(const std::filesystem::path& p) const;
 
-    std::filesystem::path root_;     // the install folder, also the current directory
-    std::filesystem::path appData_;  // stands in for the roaming app-data folder
+    std::filesystem::path root_;                     // the install folder, also the current directory
+    std::filesystem::path appData_;                  // stands in for the roaming app-data folder
     std::vector<std::pair<int, int>> exitRequests_;  // what gf_requestExit was asked
     std::filesystem::path previousDir_;
 };

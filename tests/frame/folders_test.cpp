@@ -1,0 +1,203 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <map>
+
+#include "frame/errors.h"
+#include "frame/folders.h"
+#include "frame/message.h"
+#include "frame/params.h"
+#include "platform/platform.h"
+#include "support/fixture.h"
+
+namespace fs = std::filesystem;
+
+class FoldersTest : public ZarkTest {
+protected:
+    void startWith(const std::string& programVersion) {
+        if (!programVersion.empty()) {
+            writeFile(gf_parametersPath(),
+                      "<?xml version=\"1.0\"?>\n<parameters>\n\t<parameter name=\"PROGRAM_VERSION\" value=\"" +
+                          programVersion +
+                          "\" />\n\t<parameter name=\"SECONDS_DELAY\" value=\"30\" />\n"
+                          "\t<parameter name=\"LAST_EPOCH_TIME\" value=\"1700000000\" />\n"
+                          "\t<parameter name=\"DATA_CHECKED_AT_DATE\" value=\"Nov 21, 2026\" />\n</parameters>\n");
+        }
+        gf_readParameters();
+        gf_migrateParameters();
+    }
+    std::string params() const { return readFile(gf_parametersPath()); }
+};
+
+TEST(VersionText, ParseAndPrint) {
+    EXPECT_EQ(gf_parseVersion("9.3.0"), (Version{9, 3, 0}));
+    EXPECT_EQ(gf_parseVersion("9.10.12"), (Version{9, 10, 12}));
+    EXPECT_EQ(gf_parseVersion("9-3-0"), (Version{9, 3, 0}));  // a dot is any character
+    EXPECT_EQ(gf_parseVersion(""), (Version{}));
+    EXPECT_EQ(gf_parseVersion("9.3"), (Version{}));
+    EXPECT_EQ(gf_parseVersion("v9.3.0"), (Version{}));  // the whole text must match
+    EXPECT_EQ(gf_versionText({9, 3, 0}), "9.3.0");
+    EXPECT_LT(gf_parseVersion("9.2.12"), gf_parseVersion("9.3.0"));
+    EXPECT_GT(gf_parseVersion("9.10.0"), gf_parseVersion("9.3.0"));
+}
+
+TEST_F(FoldersTest, MakeFoldersCreatesTheOutputTreeOnly) {
+    gf_makeFolders();
+    for (const char* p : {"output", "output/info", "output/errors", "airports", "airports/learned",
+                          "airports/learned/stock", "airports/learned/ORBX", "airports/learned/thirdparty"})
+        EXPECT_TRUE(fs::is_directory(p)) << p;
+    EXPECT_FALSE(fs::exists("input"));
+    EXPECT_FALSE(fs::exists("airports/archive"));
+    fs::remove_all("output/errors");
+    gf_makeFolders();  // made anew at each start
+    EXPECT_TRUE(fs::is_directory("output/errors"));
+}
+
+TEST_F(FoldersTest, MakeFolderFailureNamesTheOperation) {
+    writeFile("output", "a file in the way");
+    writeFile("airports", "");
+    try {
+        gf_makeFolder("output/info");
+        FAIL();
+    } catch (const fs::filesystem_error& e) {
+        EXPECT_NE(std::string(e.what()).find("create_directory"), std::string::npos) << e.what();
+    }
+}
+
+TEST_F(FoldersTest, FirstStartStoresVersionAndWritesTheKeyTemplate) {
+    startWith("");
+    EXPECT_EQ(PROGRAM_VERSION.current, "9.3.0");
+    EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
+    EXPECT_TRUE(fs::exists(kAccountKeyFile));
+    EXPECT_EQ(gf_readAccountKey(), "");  // the template holds no key
+    EXPECT_FALSE(logHas("version update"));
+}
+
+TEST_F(FoldersTest, FirstStartCopiesTheServiceApplicationsKey) {
+    writeFile(gf_serviceAppKeyPath(), "{\"license\": \"ABC-secret-123\"}");
+    startWith("");
+    EXPECT_EQ(gf_readAccountKey(), "ABC-secret-123");
+    EXPECT_TRUE(logHas("copied your \""));
+    EXPECT_FALSE(logHas("ABC-secret-123"));  // the key never reaches the log
+}
+
+TEST_F(FoldersTest, SameVersionChangesNothing) {
+    writeFile(kAccountKeyFile, "{\"license\": \"K\"}");
+    startWith("9.3.0");
+    EXPECT_FALSE(logHas("This is a version update"));
+    EXPECT_FALSE(logHas("removed"));
+    EXPECT_NE(params().find("SECONDS_DELAY"), std::string::npos);
+    EXPECT_EQ(LAST_EPOCH_TIME.current, 1700000000);
+    EXPECT_EQ(gf_readAccountKey(), "K");
+}
+
+TEST_F(FoldersTest, OlderVersionIsAnUpdate) {
+    writeFile(folders::installer, "MZ");
+    startWith("9.2.12");
+    EXPECT_TRUE(logHas("This is a version update from 9.2.12 -> 9.3.0\n"));
+    EXPECT_TRUE(logHas("Parameter SECONDS_DELAY removed\n"));
+    EXPECT_EQ(params().find("SECONDS_DELAY"), std::string::npos);
+    EXPECT_FALSE(fs::exists(folders::installer));
+    EXPECT_EQ(LAST_EPOCH_TIME.current, 0);
+    EXPECT_NE(params().find("name=\"LAST_EPOCH_TIME\" value=\"0\""), std::string::npos);
+    EXPECT_EQ(DATA_CHECKED_AT_DATE.current, "");  // cleared without saving: the data check runs now
+    EXPECT_NE(params().find("Nov 21, 2026"), std::string::npos);
+    EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
+    EXPECT_FALSE(fs::exists(kAccountKeyFile));  // an update leaves the key file alone
+}
+
+TEST_F(FoldersTest, NewerVersionInTheFileIsNoUpdate) {
+    startWith("9.10.0");
+    EXPECT_FALSE(logHas("This is a version update"));
+    EXPECT_EQ(PROGRAM_VERSION.current, "9.3.0");
+    EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
+    EXPECT_NE(params().find("SECONDS_DELAY"), std::string::npos);  // a step back keeps the elements
+}
+
+TEST_F(FoldersTest, SimVersionBySubstringThenParameter) {
+    SIM_INSTALL_PATH.current = "D:\\Sims\\v5test\\P3D v6";
+    EXPECT_EQ(gf_simVersion(), "5");
+    SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D V6";
+    EXPECT_EQ(gf_simVersion(), "6");
+    SIM_INSTALL_PATH.current = "C:\\Prepar3D";
+    P3D_VERSION.current = 6;
+    EXPECT_EQ(gf_simVersion(), "6");
+    P3D_VERSION.current = 4;  // only reachable by a bug: the parameter's minimum is 5
+    try {
+        gf_simVersion();
+        FAIL();
+    } catch (const zel::UserErrorException& e) {
+        EXPECT_STREQ(
+            e.what(),
+            "77: P3D install path does not contain v5 or v6? Use hidden parameter P3D_VERSION, set it at 5 or 6");
+    }
+}
+
+namespace {
+std::map<std::string, std::string> g_fakeRegistry;
+std::optional<std::string> lf_fakeRegistry(const std::string& key, const std::string&) {
+    auto it = g_fakeRegistry.find(key);
+    if (it == g_fakeRegistry.end()) return std::nullopt;
+    return it->second;
+}
+const std::string kV4 = "SOFTWARE\\Lockheed Martin\\Prepar3D v4";
+const std::string kV5 = "SOFTWARE\\Lockheed Martin\\Prepar3D v5";
+const std::string kV6 = "SOFTWARE\\Lockheed Martin\\Prepar3D v6";
+}  // namespace
+
+class DetectSimTest : public ZarkTest {
+protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+        g_fakeRegistry.clear();
+        gf_setRegistryOverride(&lf_fakeRegistry);
+    }
+    int detectCode() {
+        try {
+            lf_detectSim();
+        } catch (const zel::UserErrorException& e) {
+            return e.code();
+        }
+        return 0;
+    }
+};
+
+TEST_F(DetectSimTest, OneVersionGivesItsPath) {
+    g_fakeRegistry[kV5] = "C:\\Program Files\\Lockheed Martin\\Prepar3D v5\\";
+    EXPECT_EQ(detectCode(), 0);
+    EXPECT_EQ(SIM_INSTALL_PATH.current, "C:\\Program Files\\Lockheed Martin\\Prepar3D v5\\");
+    EXPECT_TRUE(logHas("P3Dv5 detected\n"));
+    EXPECT_NE(readFile(gf_parametersPath()).find("Prepar3D v5"), std::string::npos);
+}
+
+TEST_F(DetectSimTest, VersionFourBesideSixIsNamedFourButSixCounts) {
+    g_fakeRegistry[kV4] = "C:\\P3Dv4";
+    g_fakeRegistry[kV6] = "C:\\P3Dv6";
+    EXPECT_EQ(detectCode(), 0);
+    EXPECT_TRUE(logHas("P3Dv4 detected\n"));
+    EXPECT_EQ(SIM_INSTALL_PATH.current, "C:\\P3Dv6");
+}
+
+TEST_F(DetectSimTest, TwoVersionsOrAnEmptyPathAreUserErrors) {
+    g_fakeRegistry[kV5] = "a";
+    g_fakeRegistry[kV6] = "b";
+    EXPECT_EQ(detectCode(), 153);
+    g_fakeRegistry.erase(kV6);
+    g_fakeRegistry[kV5] = "";
+    EXPECT_EQ(detectCode(), 151);
+}
+
+TEST_F(DetectSimTest, OnlyVersionFourIsNotDetected) {
+    g_fakeRegistry[kV4] = "C:\\P3Dv4";
+    EXPECT_EQ(detectCode(), 151);
+    EXPECT_TRUE(logHas("P3D not detected?\n"));
+    // A user who scans by folders needs no install path yet.
+    afolder[2].current = "D:\\Addon Scenery";
+    EXPECT_EQ(detectCode(), 0);
+}
+
+TEST_F(DetectSimTest, LinuxHasNoRegistry) {
+    gf_setRegistryOverride(nullptr);
+    EXPECT_FALSE(gf_readRegistryString(kV5, "SetupPath").has_value());
+    EXPECT_EQ(detectCode(), 151);
+}
