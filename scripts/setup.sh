@@ -11,6 +11,7 @@ packages=(
   libfltk1.3-dev
   clang-14 libclang-rt-14-dev
   python3 curl
+  g++-mingw-w64-x86-64-posix
 )
 
 missing=()

@@ -8,6 +8,9 @@ bash scripts/setup.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
 
+echo "== Windows sources (cross compiler, syntax only) =="
+bash scripts/check-windows.sh
+
 echo "== plain build =="
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build build -j"$jobs"
