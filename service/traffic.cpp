@@ -1,0 +1,256 @@
+#include "service/traffic.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <vector>
+
+#include <fmt/format.h>
+
+#include "common/clock.h"
+#include "common/geo.h"
+#include "frame/lifecycle.h"
+#include "frame/log.h"
+#include "frame/message.h"
+#include "frame/panel.h"
+#include "frame/params.h"
+#include "liveries/dbase.h"
+#include "service/exchange.h"
+#include "service/state.h"
+
+namespace {
+using json = nlohmann::json;
+
+constexpr double kSameAreaDeg = 0.00015;  // a smaller move keeps the box
+constexpr double kKmPerDegLat = 111.2;
+constexpr double kFeetPerNm = 6076.11549;
+constexpr int32_t kSlicesPerSecond = 100;
+
+std::string lf_box(const TrafficReader& r) {
+    return fmt::format("top={:.2F}&bottom={:.2F}&left={:.2F}&right={:.2F}", r.top.load(), r.bottom.load(),
+                       r.left.load(), r.right.load());
+}
+
+void lf_pause(int32_t ms) { gf_sleepFor(std::chrono::milliseconds(ms)); }
+
+// Every non-empty entry of one buffered snapshot through the decoder.
+void lf_decodeBuffered(TrafficReader& reader, json& snapshot) {
+    for (auto it = snapshot.begin(); it != snapshot.end(); ++it) {
+        if (it->is_null() || ((it->is_array() || it->is_object()) && it->empty())) continue;
+        reader.line = std::move(*it);
+        reader.processLiveLine();
+    }
+}
+}  // namespace
+
+void lf_updateArea() {
+    TrafficReader& r = trafficReader;
+    const double lat = service.queryLatitude.load();
+    const double lon = service.queryLongitude.load();
+    if (gf_isNullBox(lat, lon)) return;
+    r.userLatitude = lat;
+    r.userLongitude = lon;
+    const double rangeNm = parDerived.rangeNm.load();
+    if (std::fabs(lat - r.areaLatitude) < kSameAreaDeg && std::fabs(lon - r.areaLongitude) < kSameAreaDeg &&
+        rangeNm == r.areaRangeNm)
+        return;
+    r.areaLatitude = lat;
+    r.areaLongitude = lon;
+    r.areaRangeNm = rangeNm;
+    const double halfHeight = rangeNm * 1.852 / kKmPerDegLat;
+    r.top = lat + halfHeight;
+    r.bottom = lat - halfHeight;
+    r.left = gf_destinationPoint({lat, lon}, -kPi / 2.0, rangeNm * kFeetPerNm).lon;
+    r.right = gf_destinationPoint({lat, lon}, kPi / 2.0, rangeNm * kFeetPerNm).lon;
+}
+
+void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds) {
+    auto& batch = reader.batch;
+    if (batch.empty()) {
+        reader.lastTrafficTime = 0.0;
+        return;
+    }
+    // The median time stamp is the snapshot's reference: an older position is due earlier, to a tenth.
+    static thread_local std::vector<double> stamps;
+    stamps.clear();
+    for (const TrafficRecord& r : batch) stamps.push_back(r.timestamp);
+    std::sort(stamps.begin(), stamps.end());
+    const double reference = stamps[stamps.size() / 2];
+    const int32_t base = delaySeconds * kSlicesPerSecond + service.sliceNow();
+    for (TrafficRecord& r : batch) {
+        const auto tenths = static_cast<int32_t>((r.timestamp - reference) * 10.0);
+        r.dueTick = base + tenths * 10;
+    }
+    {
+        std::lock_guard lock(service.trafficLock);
+        if (delaySeconds > 0) {
+            for (TrafficRecord& r : batch) service.liveQueue.push_back(std::move(r));
+        } else if (service.acceptTraffic && service.initialLoad.empty()) {
+            service.initialLoad = batch;
+        }
+    }
+    batch.clear();
+}
+
+bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code) {
+    if (reader.guid.empty()) return false;
+    bool result = false;
+    const std::string body =
+        fmt::format("GUID={}&{}&querytype=locationtraffic&toffset={}&buffercount={}&buffertime={}", reader.guid,
+                    lf_box(reader), reader.toffset.load(), kHistoryCount, kHistorySpacingSeconds);
+    const CURLcode transfer = lf_postForm(reader, "/v4/traffic", body, reader.answer);
+    if (transfer != CURLE_OK) {
+        gf_logf("{} buffer traffic code_t: {}", gf_exchangeTime(), curl_easy_strerror(transfer));
+    } else if (reader.answer.empty()) {
+        gf_logLine("buffer traffic: empty content");
+    } else {
+        try {
+            json answer = json::parse(reader.answer);
+            const int32_t status = gf_answerStatus(answer);
+            if (status != 200) {
+                code = status;
+                if (status == 406) gf_logf(" buffer traffic msg {}", gf_answerText(answer, "message"));
+            } else {
+                reader.rrl = gf_answerInt(answer, "rrl", kDefaultRateLimitMs);
+                reader.collectSeen = true;
+                auto data = answer.find("data");
+                if (data != answer.end() && !data->empty()) {
+                    for (int32_t i = 0; i < kHistoryCount; ++i) {
+                        const std::string key = fmt::format("buffer_{}", kHistoryCount - 1 - i);
+                        auto snapshot = data->is_object() ? data->find(key) : data->end();
+                        if (snapshot != data->end() && !snapshot->empty()) lf_decodeBuffered(reader, *snapshot);
+                        reader.liveCount = static_cast<int32_t>(reader.batch.size());
+                        lf_handOverSnapshot(reader, i * kHistorySpacingSeconds);
+                    }
+                    result = true;
+                }
+            }
+        } catch (const std::exception& e) {
+            gf_logf("buffer traffic exception: {}", e.what());
+        }
+    }
+    lf_pause(reader.rrl);
+    if (reader.stopRequested) {
+        code = 9999;
+        return false;
+    }
+    return result;
+}
+
+bool lf_trafficLoop(TrafficReader& reader, int32_t& code) {
+    if (reader.guid.empty()) return false;
+    if (!lf_fetchTrafficBuffer(reader, code) && !reader.stopRequested) gf_logf("buffer failed {}", code);
+    for (;;) {
+        if (reader.stopRequested) {
+            code = 9999;
+            return false;
+        }
+        const std::string body = fmt::format("GUID={}&{}&querytype=locationtraffic&toffset={}", reader.guid,
+                                             lf_box(reader), reader.toffset.load());
+        try {
+            const CURLcode transfer = lf_postForm(reader, "/v4/traffic", body, reader.answer);
+            if (transfer == CURLE_FAILED_INIT) {
+                gf_logLine("curl init error ?");
+            } else if (transfer != CURLE_OK) {
+                gf_logf("{} curl traffic code_t: {}", gf_exchangeTime(), curl_easy_strerror(transfer));
+            } else if (reader.answer.empty()) {
+                gf_logLine("traffic receive: empty content");
+            } else {
+                json answer = json::parse(reader.answer);
+                const int32_t status = gf_answerStatus(answer);
+                if (status == 406) {
+                    gf_logf("curl traffic msg {}", gf_answerText(answer, "message"));
+                } else if (status != 200) {
+                    code = status;
+                    return false;
+                } else {
+                    reader.rrl = gf_answerInt(answer, "rrl", kDefaultRateLimitMs);
+                    auto data = answer.find("data");
+                    if (data != answer.end() && !data->empty()) {
+                        for (auto it = data->begin(); it != data->end(); ++it) {
+                            reader.line = std::move(*it);
+                            reader.processLiveLine();
+                        }
+                    }
+                    reader.liveCount = static_cast<int32_t>(reader.batch.size());
+                    lf_handOverSnapshot(reader, kLiveDelaySeconds);
+                }
+            }
+        } catch (const std::exception& e) {
+            gf_logf("traffic exception: {}", e.what());
+        }
+        if (reader.stopRequested) {
+            code = 9999;
+            return false;
+        }
+        lf_pause(reader.rrl);
+    }
+}
+
+void gf_trafficReaderThread() {
+    run.activeThreads++;
+    try {
+        gf_logf("{} connected", "Traffic Reader");
+        panel.trafficLamp = 1;
+        gf_invalidate(Band::Status);
+        int32_t code = 0;
+        lf_trafficLoop(trafficReader, code);
+        panel.trafficLamp = 3;
+        gf_invalidate(Band::Status);
+        if (code == 401)
+            gf_logf("re-authentication to RT API is needed, restart {}", kProgramName);
+        else if (code == 400)
+            gf_logLine("Traffic RT API: parameter fault");
+        else if (code != 9999)
+            gf_logf("Traffic RT API error: {}", code);
+        if (code != 9999) {
+            weatherClient.stopRequested = true;
+            gf_showMessagef(true, "The {} has stopped with an error", "WeatherReader");
+            if (code == 401)
+                gf_requestExit(kExitRestart, 15);
+            else
+                run.readerStopped = true;
+        }
+    } catch (...) {
+        panel.trafficLamp = 3;
+        gf_reportException("Traffic Reader");
+    }
+    run.activeThreads--;
+}
+
+void gf_offerLiveSample(TrafficRecord& record) {
+    // The engine looks here first for an Act with this hexid (a new sample of it), then for one with the
+    // same callsign and model (one aircraft under two addresses): both ignore the admission below.
+    if (record.model.empty()) record.model = gf_dbaseType(record.reg);
+    if (service.admit)
+        service.admit(record);
+    else
+        service.offered.push_back(record);
+}
+
+size_t gf_drainLiveQueue() {
+    static thread_local std::deque<TrafficRecord> taken;
+    taken.clear();
+    {
+        std::lock_guard lock(service.trafficLock);
+        taken.swap(service.liveQueue);
+    }
+    for (TrafficRecord& r : taken) gf_offerLiveSample(r);
+    return taken.size();
+}
+
+void gf_takeSeenAircraft(std::unordered_set<std::string>& callsigns, std::unordered_set<uint32_t>& hexids) {
+    TrafficReader& r = trafficReader;
+    std::lock_guard lock(r.seenLock);
+    callsigns = std::move(r.seenCallsigns);
+    hexids = std::move(r.seenHexids);
+    r.seenCallsigns.clear();
+    r.seenHexids.clear();
+    r.collectSeen = false;
+}
+
+void gf_trafficLamps() {
+    if (!panel.sessionUp.load() || panel.trafficLamp.load() == 3) return;
+    const int32_t lamp = trafficReader.liveCount.load() < 1 ? 2 : 1;
+    if (panel.trafficLamp.exchange(lamp) != lamp) gf_invalidate(Band::Status);
+}

@@ -1,0 +1,34 @@
+// service/traffic.h — the Traffic Reader: history, polling, hand-over of each snapshot to the engine.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+
+#include "service/client.h"
+#include "service/record.h"
+
+constexpr int32_t kLiveDelaySeconds = 30;      // a live snapshot is shown this far behind its reference time
+constexpr int32_t kHistoryCount = 5;           // buffered snapshots of the history request
+constexpr int32_t kHistorySpacingSeconds = 6;  // seconds between two of them
+
+// Thread body of the Traffic Reader.
+void gf_trafficReaderThread();
+// The polling loop: false always; `code` 9999 stopped on request, 100 no numeric status, else the status.
+bool lf_trafficLoop(TrafficReader& reader, int32_t& code);
+// The one history request; true when a history was delivered and handed over.
+bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code);
+// Recomputes the query box from the query position and the range; main thread.
+void lf_updateArea();
+// Gives `batch` to the engine with due ticks `delaySeconds` ahead and empties it.
+// 0 is the initial load (kept only while acceptTraffic is set); above 0 goes to the live queue.
+void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds);
+
+// Engine side: one record of the live queue or of the initial load, offered to the active table.
+void gf_offerLiveSample(TrafficRecord& record);
+// Engine thread, start of a slice: offers every queued live record in arrival order. Returns how many.
+size_t gf_drainLiveQueue();
+// Static parking: takes the seen sets and stops collecting.
+void gf_takeSeenAircraft(std::unordered_set<std::string>& callsigns, std::unordered_set<uint32_t>& hexids);
+// Main loop, every 15 ticks while the session is up: traffic lamp 1 or 2 from liveCount.
+void gf_trafficLamps();
