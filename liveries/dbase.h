@@ -1,13 +1,21 @@
 // liveries/dbase.h — the aircraft and airline database (input/dbase.xml): valid type codes and their
 // categories and wingspans, similar types, airline codes, scenery publishers, and the real-world
-// registrations. Filled once per process before the first run; read-only afterwards.
+// registrations. Filled once per process before the first run; read-only afterwards, apart from the
+// in-place shuffles of the similar lists by the livery matching.
 #pragma once
 
+#include <array>
 #include <cstdint>
+#include <map>
+#include <set>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 enum class ModelCategory : int32_t { Light = 0, Buzjets = 1, Large = 2, Heavy = 3, HighPerf = 4, Rotorcraft = 5 };
 const char* gf_modelCategoryName(ModelCategory c);  // "Light", "Buzjets", ...
+inline constexpr int kModelCategoryCount = 6;
 
 // One real-world registration.
 struct DbaseRecord {
@@ -20,7 +28,46 @@ struct DbaseRecord {
 inline constexpr const char* kGenericAirline = "ZZZ";
 inline constexpr const char* kPrivateAirline = "PVT";
 
-void gf_readDbase();  // fills the tables from input/dbase.xml; failures raise
+// Half wingspan (nm) of a category that has no wingspan row at all: a typical member's full span in
+// metres, halved. Used until the wingspans section gives the category a mean of its own.
+inline constexpr std::array<double, kModelCategoryCount> kDefaultHalfWingspanNm = {
+    11.0 * 0.5 / 1852.0,  // Light: a four-seat single
+    16.0 * 0.5 / 1852.0,  // Buzjets: a mid-size business jet
+    34.0 * 0.5 / 1852.0,  // Large: an A320 or B737
+    60.0 * 0.5 / 1852.0,  // Heavy: an A330 or B777
+    11.0 * 0.5 / 1852.0,  // HighPerf: a fighter
+    12.0 * 0.5 / 1852.0,  // Rotorcraft: a medium helicopter's rotor
+};
+
+// Everything read from dbase.xml. Written by gf_readDbase on the start-up thread, read by all threads
+// afterwards; only similarPresent and similarByAirline change later (built with the liveries, shuffled
+// in place by the matching).
+struct DbaseTables {
+    std::set<std::string> aircraft;         // every valid ICAO type code
+    std::set<std::string> highPerformance;  // category sets, see gf_modelCategory
+    std::set<std::string> heavy;
+    std::set<std::string> large;
+    std::set<std::string> buzjet;
+    std::set<std::string> rotorcraft;
+    std::set<std::string> cargoTypes;      // freighters by nature; not consulted
+    std::set<std::string> icaoAirlines;    // every valid airline code
+    std::set<std::string> cargoOperators;  // airlines that fly freight; not consulted
+    std::vector<std::vector<std::string>> similarGroups;  // type code groups in file order
+    // Built by lf_buildSimilarTables: type code -> related types that have a livery.
+    std::unordered_map<std::string, std::vector<std::string>> similarPresent;
+    // airline -> type it lacks -> related types it has a livery of.
+    std::unordered_map<std::string, std::unordered_map<std::string, std::vector<std::string>>> similarByAirline;
+    std::map<std::string, double> wingspans;  // type code -> half span, nm
+    std::array<double, kModelCategoryCount> averageHalfWingspan = kDefaultHalfWingspanNm;  // nm, per category
+    double largestHalfWingspan = 0.0;                                                      // nm
+    std::vector<std::vector<std::string>> publishers;  // groups of names; the first is the one used
+    std::unordered_map<std::string, DbaseRecord> records;  // decoded registration -> record
+};
+extern DbaseTables dbase;  // defined in liveries/dbase.cpp
+// Empties the database. A restart keeps it; tests call this to start from nothing.
+void gf_clearDbase();
+
+void gf_readDbase();  // fills the tables from input/dbase.xml (emptied first); failures raise
 bool gf_isValidModel(const std::string& model);
 bool gf_isIcaoAirline(const std::string& airline);
 ModelCategory gf_modelCategory(const std::string& model);
@@ -30,3 +77,21 @@ std::string gf_dbaseAirline(const std::string& regcode);
 std::string gf_dbaseType(const std::string& regcode);
 std::string gf_dbaseOperator(const std::string& regcode);
 std::string gf_publisherFromFileName(const std::string& fileName);  // "unknown" when none fits
+
+// Where gf_publisherFromFileName writes its "from filename => publisher" line: the airport scan's
+// report sets it while it runs; nullptr drops the line.
+using PublisherScanLog = void (*)(const std::string& line);
+extern PublisherScanLog publisherScanLog;
+
+// The spellings of a registration, tried in order: the regcode itself, and for 5 characters or more
+// without "-" and not beginning with "N" also "DA-BCD" and "D-ABCD" forms.
+std::vector<std::string> lf_regcodeVariants(const std::string& regcode);
+
+// What lf_buildSimilarTables needs of the livery tables.
+struct SimilarInputs {
+    std::unordered_set<std::string> modelsWithLivery;  // keys of paxModelLiveries and cargoModelLiveries
+    // Keys of airlineLiveries (cut to 3 characters when used) -> the models of that key.
+    std::map<std::string, std::set<std::string>> airlineModels;
+};
+// Fills similarPresent and similarByAirline from similarGroups and the liveries present.
+void lf_buildSimilarTables(const SimilarInputs& in);
