@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <iostream>
+#include <thread>
 
 #include "common/clock.h"
 #include "frame/errors.h"
@@ -7,13 +8,16 @@
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
 #include "frame/log.h"
+#include "frame/mainloop.h"
 #include "frame/message.h"
 #include "frame/panel.h"
 #include "frame/params.h"
 #include "platform/platform.h"
+#include "platform/window.h"
 
 void gf_resetFrame() {
     gf_resetRunState();
+    gf_resetLoop();
     gf_resetMessageLine();
     gf_resetPanel();
     gf_resetControls();
@@ -22,49 +26,63 @@ void gf_resetFrame() {
 
 namespace {
 
-// The start of a run as far as the frame's own data go: folders, parameters and their migration,
-// the account key, the install path. The traffic part of a run builds on this.
-void lf_startRun() {
-    ++run.activeThreads;
-    try {
-        if (!std::filesystem::exists(folders::docs))
-            throw zel::UserErrorException(
-                41, fmt::format("{} must be run from the {} folder!", kProgramName, kProgramName));
-        gf_makeFolders();
-        gf_readParameters();
-        gf_migrateParameters();
-        gf_applyLateralRange();
-        parDerived.maxLiveWorking = MAX_LIVE.current.load();
-        (void)gf_readAccountKey();
-        PROGRAM_INSTALL_PATH.current = std::filesystem::current_path().string();
-        gf_saveParameter(PROGRAM_INSTALL_PATH);
-        gf_makeFolder(folders::myRegcodes);
-        gf_flushLog();
-    } catch (...) {
-        gf_reportException("lf_startUpZARK");
+// WM_APP + 2: keep the window's position, close the log, end the pump.
+void lf_endProcess() {
+    const auto [x, y] = gf_windowPosition();
+    const std::pair<ParInt*, int> positions[] = {{&MAIN_WINDOW_X, x}, {&MAIN_WINDOW_Y, y}};
+    for (const auto& [par, value] : positions) {
+        const int32_t clamped = par->clamp(value);
+        // A position at a limit is unusable: keep what was read at the start instead.
+        if (clamped != par->min && clamped != par->max) par->current = clamped;
+        gf_saveParameter(*par);
     }
-    --run.activeThreads;
+    gf_logLine(fmt::format("{} ends at {} (utc)", kProgramName, gf_timeOfDay()));
+    gf_flushLog();
+    gf_closeLog();
+    gf_postQuit(0);
 }
 
 }  // namespace
+
+void gf_windowProcedure(uint32_t message) {
+    switch (message) {
+        case kMsgStartRun: std::thread(lf_startUpZARK).detach(); break;
+        case kMsgClose:
+            gf_showMessage(fmt::format("Close window button clicked, closing {} ...", kProgramName), true);
+            gf_requestExit(kExitUserClosed, 0);
+            break;
+        case kMsgEndProcess: lf_endProcess(); break;
+        default: break;
+    }
+}
+
+int initInstance() {
+    gf_readWindowPosition();
+    if (!gf_createWindow(MAIN_WINDOW_X.current, MAIN_WINDOW_Y.current, gf_windowProcedure)) {
+        gf_logLine("initInstance failed");
+        return 0;
+    }
+    std::error_code ec;
+    std::filesystem::create_directories(gf_appDataFolder() / "ZARK_P3D", ec);
+    gf_installCloseSignals();
+    gf_postWindowMessage(kMsgStartRun);
+    const int code = gf_runMessagePump();
+    gf_destroyWindow();
+    return code;
+}
 
 int gf_processEntry(int /*argc*/, char** /*argv*/) {
     if (!gf_acquireInstanceLock()) return -1;
     try {
         gf_openLog("Log.txt");
     } catch (const std::exception& e) {
-        // No window exists yet: the console is the only place left to say it.
+        // No window exists yet, and nothing above the entry would catch it: the console is the only
+        // place left to say why the program cannot start.
         std::cerr << kProgramName << ": " << e.what() << '\n';
+        gf_releaseInstanceLock();
         return 1;
     }
-    gf_readWindowPosition();
-    std::error_code ec;
-    std::filesystem::create_directories(gf_appDataFolder() / "ZARK_P3D", ec);
-    lf_startRun();
-    const MessageLine line = gf_messageLine();
-    if (!line.error.empty()) std::cerr << line.error << '\n';
-    gf_logLine(fmt::format("{} ends at {} (utc)", kProgramName, gf_timeOfDay()));
-    gf_closeLog();
+    const int code = initInstance();
     gf_releaseInstanceLock();
-    return 0;
+    return code;
 }

@@ -3,6 +3,7 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
+#include <thread>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -16,6 +17,33 @@
 #include "platform/platform.h"
 
 namespace fs = std::filesystem;
+
+RunPaths runPaths;
+
+void gf_storeStockAirportsPath() {
+    runPaths.stockAirports = fs::path(SIM_INSTALL_PATH.current) / "Scenery";
+    std::error_code ec;
+    if (!fs::exists(runPaths.stockAirports, ec))
+        gf_showMessage(fmt::format("Stock airports path does not exist: {}", runPaths.stockAirports.string()), true);
+}
+
+void gf_storeHardwareThreads() {
+    const unsigned n = std::thread::hardware_concurrency();
+    runPaths.hardwareThreads = n == 0 ? 1 : n;
+}
+
+void gf_countAirportFiles() {
+    auto count = [](const fs::path& folder) {
+        std::error_code ec;
+        int32_t n = 0;
+        for (fs::directory_iterator it(folder, ec), end; !ec && it != end; it.increment(ec))
+            if (it->is_regular_file(ec)) ++n;
+        return n;
+    };
+    panel.thirdpartyCount = count(folders::myThirdparty);
+    panel.orbxCount = count(folders::myOrbx);
+    gf_invalidate(Band::Status);
+}
 
 Version gf_parseVersion(const std::string& text) {
     static const std::regex re("(\\d+).(\\d+).(\\d+)");

@@ -42,6 +42,18 @@ inline const std::filesystem::path archiveZip = "archive.zip";
 inline const std::filesystem::path installer = "install_new_version.exe";
 }  // namespace folders
 
+// What a run finds out at its start about the machine and the simulator.
+struct RunPaths {
+    std::filesystem::path stockAirports;  // Scenery under SIM_INSTALL_PATH: the simulator's own airports
+    unsigned hardwareThreads = 1;         // for the scan workers
+};
+extern RunPaths runPaths;
+// Stores the stock airports folder; shows "Stock airports path does not exist: {}" when it is missing.
+void gf_storeStockAirportsPath();
+void gf_storeHardwareThreads();
+// Counts the files in my_thirdparty and my_ORBX into the status panel.
+void gf_countAirportFiles();
+
 // Makes output, output/info, output/errors, airports, airports/learned and its three folders,
 // each only if missing. Throws std::filesystem::filesystem_error ("exists", "create_directory").
 void gf_makeFolders();

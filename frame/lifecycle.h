@@ -50,3 +50,14 @@ using ExitHandler = std::function<void(int32_t reason, int32_t seconds)>;
 void gf_setExitHandler(ExitHandler handler);
 
 void gf_resetRunState();
+
+// The engine thread's body: reads all data, runs the scans, waits for the simulator, logs in, and stays
+// in mainLoop until the run ends.
+void lf_startUpZARK();
+void lf_readAllData();
+void lf_startTraffic();
+// Waits for a running sim and a valid user position; false when an exit came first.
+bool lf_waitForSim();
+// The exit sequence, once per exit, on a thread of its own: readers, logout, objects, SimClient,
+// learned data, then either the end of the process or a countdown to a new run.
+void FinalExit(int32_t seconds);

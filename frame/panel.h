@@ -85,6 +85,12 @@ struct ControlState {
     bool checked = false;
     std::string text;
 };
+// The push buttons (check boxes and edit boxes carry their parameter's control id).
+constexpr uint16_t kCheckVersionButtonId = 32780;
+constexpr uint16_t kUnblockButtonId = 32829;
+constexpr uint16_t kFlushStaticButtonId = 32855;
+constexpr uint16_t kReReadButtonId = 32838;
+
 void gf_setControlEnabled(uint16_t id, bool enabled);
 void gf_setControlChecked(uint16_t id, bool checked);
 void gf_setControlText(uint16_t id, const std::string& text);

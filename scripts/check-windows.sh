@@ -9,8 +9,8 @@ if ! command -v "$cxx" >/dev/null; then
   echo "check-windows: $cxx not found (scripts/setup.sh installs it)" >&2
   exit 1
 fi
-mapfile -t sources < <(git ls-files 'platform/win32/*.cpp' 'simlink/transport/win32/*.cpp' 2>/dev/null || true)
-if [ ${#sources[@]} -eq 0 ]; then mapfile -t sources < <(ls platform/win32/*.cpp); fi
+shopt -s nullglob
+sources=(platform/win32/*.cpp simlink/transport/win32/*.cpp)
 for src in "${sources[@]}"; do
   "$cxx" -std=c++20 -fsyntax-only -Wall -Wextra -Werror -D_WIN32_WINNT=0x0A00 -I. "$src"
   echo "check-windows: $src compiles for Windows"
