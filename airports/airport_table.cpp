@@ -86,7 +86,7 @@ std::optional<Airport> gf_closestAirport(LatLon position) {
     const double d1 = gf_readDestApfForClosestStand(best->code, position, bestStand);
     const double d2 = gf_readDestApfForClosestStand(second->code, position, secondStand);
     if (d2 >= d1) return *best;
-    gf_logf("Airport {} is closest, but stand {} at neighbouring airport {} is closest at {:.0F} meters ...", best->code,
-            secondStand, second->code, d2 * 1852.0);
+    gf_logf("Airport {} is closest, but stand {} at neighbouring airport {} is closest at {:.0F} meters ...",
+            best->code, secondStand, second->code, d2 * 1852.0);
     return *second;
 }

@@ -59,14 +59,16 @@ void lf_readSet(const pugi::xml_document& doc, const char* section, const char* 
     for (const pugi::xml_node node : doc.child(section).children(child))
         lf_forEachEntry(node.attribute(attribute).value(), [&](std::string_view e) { scrambled.push_back(e); });
     if (scrambled.empty())
-        throw zel::UserErrorException(61, fmt::format("In an xml file section {} {} {} is empty ", section, child, attribute));
+        throw zel::UserErrorException(
+            61, fmt::format("In an xml file section {} {} {} is empty ", section, child, attribute));
     for (const std::string_view s : scrambled) target.insert(decode(s));
 }
 
 void lf_readSimilar(const pugi::xml_document& doc) {
     for (const pugi::xml_node node : doc.child("similar_types").children("similar")) {
         std::vector<std::string> group;
-        lf_forEachEntry(node.attribute("types").value(), [&](std::string_view e) { group.push_back(gf_decodeModel(e)); });
+        lf_forEachEntry(node.attribute("types").value(),
+                        [&](std::string_view e) { group.push_back(gf_decodeModel(e)); });
         dbase.similarGroups.push_back(std::move(group));
     }
 }
@@ -84,7 +86,8 @@ void lf_readPublishers(const pugi::xml_document& doc, const std::string& path) {
             if (!group.empty()) dbase.publishers.push_back(std::move(group));
         }
     } catch (const std::exception& e) {
-        throw zel::SysErrorException(299, fmt::format("exception {} in reading publishers from \"{}\"", e.what(), path));
+        throw zel::SysErrorException(299,
+                                     fmt::format("exception {} in reading publishers from \"{}\"", e.what(), path));
     }
 }
 
@@ -149,7 +152,8 @@ void gf_readDbase() {
     const std::string path = folders::dbaseXml.string();
     pugi::xml_document doc;
     const pugi::xml_parse_result result = doc.load_file(folders::dbaseXml.c_str());
-    if (!result) throw zel::UserErrorException(60, fmt::format("\"{}\" not read because of {}", path, result.description()));
+    if (!result)
+        throw zel::UserErrorException(60, fmt::format("\"{}\" not read because of {}", path, result.description()));
 
     lf_readSet(doc, "aircrafts", "aircraft", "types", gf_decodeModel, dbase.aircraft);
     lf_readSet(doc, "high_performance", "hpf", "types", gf_decodeModel, dbase.highPerformance);

@@ -49,18 +49,18 @@ struct DbaseTables {
     std::set<std::string> large;
     std::set<std::string> buzjet;
     std::set<std::string> rotorcraft;
-    std::set<std::string> cargoTypes;      // freighters by nature; not consulted
-    std::set<std::string> icaoAirlines;    // every valid airline code
-    std::set<std::string> cargoOperators;  // airlines that fly freight; not consulted
+    std::set<std::string> cargoTypes;                     // freighters by nature; not consulted
+    std::set<std::string> icaoAirlines;                   // every valid airline code
+    std::set<std::string> cargoOperators;                 // airlines that fly freight; not consulted
     std::vector<std::vector<std::string>> similarGroups;  // type code groups in file order
     // Built by lf_buildSimilarTables: type code -> related types that have a livery.
     std::unordered_map<std::string, std::vector<std::string>> similarPresent;
     // airline -> type it lacks -> related types it has a livery of.
     std::unordered_map<std::string, std::unordered_map<std::string, std::vector<std::string>>> similarByAirline;
-    std::map<std::string, double> wingspans;  // type code -> half span, nm
+    std::map<std::string, double> wingspans;                                               // type code -> half span, nm
     std::array<double, kModelCategoryCount> averageHalfWingspan = kDefaultHalfWingspanNm;  // nm, per category
     double largestHalfWingspan = 0.0;                                                      // nm
-    std::vector<std::vector<std::string>> publishers;  // groups of names; the first is the one used
+    std::vector<std::vector<std::string>> publishers;      // groups of names; the first is the one used
     std::unordered_map<std::string, DbaseRecord> records;  // decoded registration -> record
 };
 extern DbaseTables dbase;  // defined in liveries/dbase.cpp
@@ -71,8 +71,8 @@ void gf_readDbase();  // fills the tables from input/dbase.xml (emptied first); 
 bool gf_isValidModel(const std::string& model);
 bool gf_isIcaoAirline(const std::string& airline);
 ModelCategory gf_modelCategory(const std::string& model);
-double gf_halfWingspan(const std::string& model);              // nm
-const DbaseRecord* gf_dbaseFind(const std::string& regcode);   // nullptr when none
+double gf_halfWingspan(const std::string& model);             // nm
+const DbaseRecord* gf_dbaseFind(const std::string& regcode);  // nullptr when none
 std::string gf_dbaseAirline(const std::string& regcode);
 std::string gf_dbaseType(const std::string& regcode);
 std::string gf_dbaseOperator(const std::string& regcode);

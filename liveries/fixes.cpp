@@ -32,7 +32,8 @@ void gf_readFixes() {
     gf_clearFixes();
     const std::string path = folders::fixesXml.string();
     pugi::xml_document doc;
-    if (!doc.load_file(folders::fixesXml.c_str())) throw zel::UserErrorException(3, path + " (or sections of it) not found?");
+    if (!doc.load_file(folders::fixesXml.c_str()))
+        throw zel::UserErrorException(3, path + " (or sections of it) not found?");
 
     for (const pugi::xml_node fix : doc.child("fixes").children("fix")) {
         const std::string wrong = fix.attribute("wrong").value();

@@ -17,8 +17,8 @@ constexpr int kWindowSize = 46;  // a shift of up to +/-45 wraps back into the w
 
 // Shift of registration character i (i modulo the table size). Values stay within +/-45 so that one
 // wrap always lands back in the window; decoding subtracts the same entry.
-constexpr std::array<int32_t, 24> kRegcodeKey = {17, -23, 5,  31, -9,  42, -14, 8,  26, -37, 3,  19,
-                                                 -28, 11, 36, -5, 22, -41, 14, -2, 29, -19, 7,  -33};
+constexpr std::array<int32_t, 24> kRegcodeKey = {17,  -23, 5,  31, -9, 42,  -14, 8,  26, -37, 3, 19,
+                                                 -28, 11,  36, -5, 22, -41, 14,  -2, 29, -19, 7, -33};
 
 // Airline code: output character j comes from stored position kAirlinePos[j] shifted by kAirlineShift[j].
 // Stored positions 0, 2 and 4 are filler.
@@ -61,7 +61,8 @@ std::string lf_encodePicked(std::string_view code, const std::array<int, N>& pos
 }  // namespace
 
 std::string gf_encodeRegcode(std::string_view text) {
-    if (text.size() == 1 || text.size() >= 25) gf_logf("regcode of unusual length {} to encrypt: {}", text.size(), text);
+    if (text.size() == 1 || text.size() >= 25)
+        gf_logf("regcode of unusual length {} to encrypt: {}", text.size(), text);
     std::string out(text);
     for (size_t i = 0; i < out.size(); ++i) {
         const char c = out[i];

@@ -32,8 +32,9 @@ void lf_buildSimilarTables(const SimilarInputs& in) {
         }
     }
     std::sort(lists.begin(), lists.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    lists.erase(std::unique(lists.begin(), lists.end(), [](const auto& a, const auto& b) { return a.first == b.first; }),
-                lists.end());
+    lists.erase(
+        std::unique(lists.begin(), lists.end(), [](const auto& a, const auto& b) { return a.first == b.first; }),
+        lists.end());
     for (auto& [text, list] : lists)
         dbase.similarPresent.try_emplace(list.front(), std::vector<std::string>(list.begin() + 1, list.end()));
 

@@ -49,15 +49,16 @@ const std::vector<std::string> kFastJets = {
     "SU17", "SU24", "SU25", "SU27", "SU57", "SU7",  "T38",  "TOR",  "M346"};
 
 const std::vector<std::string> kBizjetWords = {
-    "citation", "falcon",  "learjet", "challenger", "global", "gulfstream", "hawker",   "phenom",   "legacy",
-    "praetor",  "premier", "beechjet", "westwind",  "astra",  "galaxy",     "jetstar",  "sabreliner", "hondajet",
-    "eclipse",  "vision",  "mustang", "pc-24",      "diamond", "horizon",   "sovereign", "latitude", "longitude",
-    "jet commander", "encore", "syberjet", "spectre", "nextant", "premier"};
-const std::vector<std::string> kAirlinerWords = {"erj", "crj", "regional jet", "bbj", "acj", "lineage", "737",
-                                                  "emb-1", "a-3", "fokker"};
+    "citation", "falcon",   "learjet",    "challenger", "global",   "gulfstream", "hawker",
+    "phenom",   "legacy",   "praetor",    "premier",    "beechjet", "westwind",   "astra",
+    "galaxy",   "jetstar",  "sabreliner", "hondajet",   "eclipse",  "vision",     "mustang",
+    "pc-24",    "diamond",  "horizon",    "sovereign",  "latitude", "longitude",  "jet commander",
+    "encore",   "syberjet", "spectre",    "nextant",    "premier"};
+const std::vector<std::string> kAirlinerWords = {"erj",     "crj", "regional jet", "bbj", "acj",
+                                                 "lineage", "737", "emb-1",        "a-3", "fokker"};
 
 // Freighters by nature: dedicated cargo and outsize transports.
-const std::vector<std::string> kCargoTypes = {"BLCF", "A3ST", "A337", "SGUP", "C17", "C5M", "A400", "AN12",
+const std::vector<std::string> kCargoTypes = {"BLCF", "A3ST", "A337", "SGUP", "C17",  "C5M",  "A400", "AN12",
                                               "A124", "A225", "IL76", "C160", "C130", "C30J", "AN26", "C97"};
 // Operators whose fleet flies freight, beside those whose name says "cargo" or "freight".
 const std::vector<std::string> kCargoOperators = {"FDX", "UPS", "GTI", "CLX", "BCS", "DHK", "PAC", "ABX",
@@ -92,17 +93,21 @@ const std::vector<std::vector<std::string>> kSimilarGroups = {
 };
 
 // Scenery publishers; the first name of a group is the one the program shows.
-const std::vector<std::string> kPublishers = {
-    "Aerosoft",        "Drzewiecki Design,DrzewieckiDesign", "FlightBeam", "FlyTampa", "FSDreamTeam,FSDT",
-    "Fly2High",        "Imaginesim",                         "JustSim",    "LatinVFR", "SimWings",
-    "Taxi2Gate,T2G",   "UK2000",                             "29Palms",    "Digital Design", "MK-Studios"};
+const std::vector<std::string> kPublishers = {"Aerosoft",         "Drzewiecki Design,DrzewieckiDesign",
+                                              "FlightBeam",       "FlyTampa",
+                                              "FSDreamTeam,FSDT", "Fly2High",
+                                              "Imaginesim",       "JustSim",
+                                              "LatinVFR",         "SimWings",
+                                              "Taxi2Gate,T2G",    "UK2000",
+                                              "29Palms",          "Digital Design",
+                                              "MK-Studios"};
 
 // Well-known wrong type codes in aircraft.cfg files and their ICAO designators.
 const std::vector<std::pair<std::string, std::string>> kModelFixes = {
-    {"A380", "A388"}, {"B747", "B744"}, {"B777", "B77W"}, {"B787", "B789"}, {"A350", "A359"},
-    {"A330", "A333"}, {"A340", "A343"}, {"B757", "B752"}, {"B767", "B763"}, {"B717", "B712"},
-    {"Q400", "DH8D"}, {"ATR72", "AT76"}, {"ATR42", "AT45"}, {"E175", "E75L"}, {"CRJ900", "CRJ9"},
-    {"CRJ700", "CRJ7"}, {"A320neo", "A20N"}, {"A321neo", "A21N"}, {"B737MAX8", "B38M"}, {"MD-11", "MD11"},
+    {"A380", "A388"},     {"B747", "B744"},     {"B777", "B77W"},       {"B787", "B789"},     {"A350", "A359"},
+    {"A330", "A333"},     {"A340", "A343"},     {"B757", "B752"},       {"B767", "B763"},     {"B717", "B712"},
+    {"Q400", "DH8D"},     {"ATR72", "AT76"},    {"ATR42", "AT45"},      {"E175", "E75L"},     {"CRJ900", "CRJ9"},
+    {"CRJ700", "CRJ7"},   {"A320neo", "A20N"},  {"A321neo", "A21N"},    {"B737MAX8", "B38M"}, {"MD-11", "MD11"},
     {"B737-800", "B738"}, {"B737-700", "B737"}, {"B777-300ER", "B77W"}, {"B747-400", "B744"}, {"B787-9", "B789"}};
 const std::vector<std::string> kPrivateOwners = {"PVT", "PRIVATE", "PRI", "PRV"};
 const std::vector<std::string> kGovernmentOwners = {"GOV", "GOVT", "GVT", "MIL"};
@@ -115,7 +120,8 @@ std::string lf_lower(std::string s) {
 
 bool lf_hasAny(const std::string& text, const std::vector<std::string>& words) {
     const std::string low = lf_lower(text);
-    return std::any_of(words.begin(), words.end(), [&](const std::string& w) { return low.find(w) != std::string::npos; });
+    return std::any_of(words.begin(), words.end(),
+                       [&](const std::string& w) { return low.find(w) != std::string::npos; });
 }
 
 // One CSV file with a header row; RFC-4180 quoting.
@@ -132,9 +138,12 @@ std::vector<Row> lf_readCsv(const fs::path& path) {
     for (size_t i = 0; i < text.size(); ++i) {
         const char c = text[i];
         if (quoted) {
-            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"') field += '"', ++i;
-            else if (c == '"') quoted = false;
-            else field += c;
+            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"')
+                field += '"', ++i;
+            else if (c == '"')
+                quoted = false;
+            else
+                field += c;
         } else if (c == '"') {
             quoted = true;
         } else if (c == ',') {
@@ -207,13 +216,17 @@ Types lf_classify(const std::vector<Row>& rows) {
         const char engine = d.size() >= 3 ? d[2] : '-';
         const int engines = d.size() >= 2 && d[1] >= '1' && d[1] <= '8' ? d[1] - '0' : 0;
         const std::string names = r.at("manufacturer") + " " + r.at("model");
-        if (cls == 'H' || cls == 'G' || cls == 'T') t.rotorcraft.insert(code);
-        else if (wtc == "H" || wtc == "J") t.heavy.insert(code);
-        else if (fast.count(code)) t.highPerf.insert(code);
+        if (cls == 'H' || cls == 'G' || cls == 'T')
+            t.rotorcraft.insert(code);
+        else if (wtc == "H" || wtc == "J")
+            t.heavy.insert(code);
+        else if (fast.count(code))
+            t.highPerf.insert(code);
         else if (engine == 'J' && (wtc == "L" || wtc == "M" || wtc == "L/M") && lf_hasAny(names, kBizjetWords) &&
                  !lf_hasAny(names, kAirlinerWords))
             t.buzjet.insert(code);
-        else if (wtc == "M" && (engine == 'J' || (engine == 'T' && engines >= 2))) t.large.insert(code);
+        else if (wtc == "M" && (engine == 'J' || (engine == 'T' && engines >= 2)))
+            t.large.insert(code);
     }
     for (const std::string& c : kCargoTypes)
         if (t.all.count(c)) t.cargo.insert(c);
@@ -248,7 +261,8 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
         for (const std::string& c : group)
             if (types.all.count(c)) present.push_back(gf_encodeModel(c));
         if (present.size() >= 2)
-            similar.append_child("similar").append_attribute("types") = fmt::format("{}", fmt::join(present, ",")).c_str();
+            similar.append_child("similar").append_attribute("types") =
+                fmt::format("{}", fmt::join(present, ",")).c_str();
     }
 
     lf_addSet(doc, "ICAO_airlines", "ICAO", "codes", airlines, gf_encodeAirline);
@@ -291,10 +305,11 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
         ++kept;
     }
     lf_save(doc, out / "dbase.xml");
-    std::printf("types %zu (heavy %zu, large %zu, buzjet %zu, rotorcraft %zu, highperf %zu, cargo %zu), "
-                "airlines %zu (cargo %zu), wingspans %zu, registrations %zu (%zu left out)\n",
-                types.all.size(), types.heavy.size(), types.large.size(), types.buzjet.size(), types.rotorcraft.size(),
-                types.highPerf.size(), types.cargo.size(), airlines.size(), cargoOperators.size(), spans, kept, skipped);
+    std::printf(
+        "types %zu (heavy %zu, large %zu, buzjet %zu, rotorcraft %zu, highperf %zu, cargo %zu), "
+        "airlines %zu (cargo %zu), wingspans %zu, registrations %zu (%zu left out)\n",
+        types.all.size(), types.heavy.size(), types.large.size(), types.buzjet.size(), types.rotorcraft.size(),
+        types.highPerf.size(), types.cargo.size(), airlines.size(), cargoOperators.size(), spans, kept, skipped);
 
     pugi::xml_document fixes;
     pugi::xml_node modelFixes = fixes.append_child("fixes");
@@ -304,7 +319,8 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
         f.append_attribute("wrong") = wrong.c_str();
         f.append_attribute("correct") = correct.c_str();
     }
-    for (const auto& [section, codes] : {std::pair{"PVT_fixes", &kPrivateOwners}, std::pair{"GOV_fixes", &kGovernmentOwners}}) {
+    for (const auto& [section, codes] :
+         {std::pair{"PVT_fixes", &kPrivateOwners}, std::pair{"GOV_fixes", &kGovernmentOwners}}) {
         pugi::xml_node node = fixes.append_child(section);
         for (const std::string& c : *codes)
             if (!airlines.count(c)) node.append_child("fix").append_attribute("wrong") = c.c_str();

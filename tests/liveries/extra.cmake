@@ -1,0 +1,1 @@
+add_dependencies(test_liveries zark_install_fixture)
