@@ -1,0 +1,140 @@
+#include "simlink/transport/config.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <mutex>
+
+#include <fmt/format.h>
+
+#include "frame/log.h"
+#include "platform/platform.h"
+
+namespace fs = std::filesystem;
+
+static std::mutex cfgFolderLock;                 // guards cfgFolderOverride
+static std::vector<fs::path> cfgFolderOverride;  // set by tests
+
+static std::string lf_lower(std::string s) {
+    for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return s;
+}
+
+static std::string lf_trim(const std::string& s) {
+    size_t b = s.find_first_not_of(" \t\r\n");
+    if (b == std::string::npos) return {};
+    size_t e = s.find_last_not_of(" \t\r\n");
+    return s.substr(b, e - b + 1);
+}
+
+std::vector<fs::path> gf_simConnectCfgFolders() {
+    {
+        std::lock_guard lock(cfgFolderLock);
+        if (!cfgFolderOverride.empty()) return cfgFolderOverride;
+    }
+    std::vector<fs::path> folders;
+#ifdef _WIN32
+    if (const char* pub = std::getenv("PUBLIC")) folders.push_back(fs::path(pub) / "Documents");
+#endif
+    folders.push_back(gf_documentsFolder());
+    folders.push_back(fs::current_path());
+    return folders;
+}
+
+void gf_setSimConnectCfgFolders(const std::vector<fs::path>& folders) {
+    std::lock_guard lock(cfgFolderLock);
+    cfgFolderOverride = folders;
+}
+
+std::string gf_simConnectSectionName(uint32_t index) {
+    return index == 0 ? std::string("SimConnect") : fmt::format("SimConnect.{}", index);
+}
+
+std::optional<std::map<std::string, std::string>> gf_readIniSection(const fs::path& file, const std::string& section) {
+    std::ifstream in(file, std::ios::binary);
+    if (!in) return std::nullopt;
+    const std::string wanted = lf_lower(section);
+    std::optional<std::map<std::string, std::string>> result;
+    bool inside = false;
+    std::string line;
+    bool first = true;
+    while (std::getline(in, line)) {
+        if (first && line.size() >= 3 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+        first = false;
+        std::string t = lf_trim(line);
+        if (t.empty() || t[0] == ';' || t[0] == '#') continue;
+        if (t[0] == '[') {
+            size_t close = t.find(']');
+            std::string name =
+                lf_lower(lf_trim(t.substr(1, close == std::string::npos ? std::string::npos : close - 1)));
+            inside = name == wanted;
+            if (inside && !result) result.emplace();
+            continue;
+        }
+        if (!inside) continue;
+        size_t eq = t.find('=');
+        if (eq == std::string::npos) continue;
+        std::string key = lf_lower(lf_trim(t.substr(0, eq)));
+        // The first value of a key wins within one file, as with the profile functions.
+        if (!key.empty()) result->emplace(key, lf_trim(t.substr(eq + 1)));
+    }
+    return result;
+}
+
+const char* gf_protocolName(ScProtocol p) {
+    switch (p) {
+        case ScProtocol::Auto: return "Auto";
+        case ScProtocol::IPv4: return "IPv4";
+        case ScProtocol::IPv6: return "IPv6";
+        case ScProtocol::Pipe: return "Pipe";
+    }
+    return "?";
+}
+
+static void lf_applyKeys(const std::map<std::string, std::string>& keys, const fs::path& file, SimConnectConfig& out) {
+    for (const auto& [key, value] : keys) {
+        if (key == "protocol") {
+            std::string v = lf_lower(value);
+            if (v == "auto")
+                out.protocol = ScProtocol::Auto;
+            else if (v == "ipv4")
+                out.protocol = ScProtocol::IPv4;
+            else if (v == "ipv6")
+                out.protocol = ScProtocol::IPv6;
+            else if (v == "pipe")
+                out.protocol = ScProtocol::Pipe;
+            else
+                gf_logf("SimConnect: unknown Protocol \"{}\" in \"{}\", Auto is taken", value, file.string());
+        } else if (key == "address") {
+            out.address = value;
+        } else if (key == "port") {
+            out.port = value;
+        } else if (key == "maxreceivesize") {
+            char* endp = nullptr;
+            unsigned long v = std::strtoul(value.c_str(), &endp, 10);
+            if (endp == value.c_str() || *endp != 0) {
+                gf_logf("SimConnect: MaxReceiveSize \"{}\" in \"{}\" is no number, ignored", value, file.string());
+            } else if (v > out.maxReceiveSize) {
+                out.maxReceiveSize = static_cast<uint32_t>(std::min<unsigned long>(v, kReceiveBufferLimit));
+            }
+        } else if (key == "disablenagle") {
+            out.disableNagle = std::strtol(value.c_str(), nullptr, 10) != 0;
+        }
+    }
+}
+
+bool gf_readSimConnectConfig(uint32_t index, SimConnectConfig& out) {
+    out = SimConnectConfig{};
+    if (index == SIMCONNECT_CFG_LOCAL_INDEX) return true;
+    const std::string section = gf_simConnectSectionName(index);
+    bool found = false;
+    for (const fs::path& folder : gf_simConnectCfgFolders()) {
+        fs::path file = folder / "SimConnect.cfg";
+        auto keys = gf_readIniSection(file, section);
+        if (!keys) continue;
+        found = true;
+        lf_applyKeys(*keys, file, out);
+    }
+    return found || index == 0;
+}

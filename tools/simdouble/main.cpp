@@ -1,0 +1,89 @@
+// simdouble: plays a scenario as a Prepar3D v5 simulator on a TCP port, IPv4 and IPv6, until stopped.
+//   simdouble [--scenario file.json] [--port 5000] [--any] [--export track.json]
+// On SIGINT or SIGTERM the recording of all objects is written to the export file.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <thread>
+
+#include <fmt/format.h>
+
+#include "frame/textfiles.h"
+#include "tools/simdouble/tcp_server.h"
+
+namespace {
+volatile std::sig_atomic_t stopRequested = 0;
+void lf_onSignal(int) { stopRequested = 1; }
+
+int lf_usage(const char* why) {
+    std::fprintf(stderr,
+                 "simdouble: %s\nusage: simdouble [--scenario file.json] [--port N] [--any] [--export file.json]\n",
+                 why);
+    return 2;
+}
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::string scenarioFile, exportFile;
+    int port = 5000;
+    bool any = false;
+    for (int i = 1; i < argc; ++i) {
+        std::string a = argv[i];
+        auto value = [&]() -> const char* { return i + 1 < argc ? argv[++i] : nullptr; };
+        if (a == "--scenario") {
+            const char* v = value();
+            if (!v) return lf_usage("--scenario needs a file");
+            scenarioFile = v;
+        } else if (a == "--port") {
+            const char* v = value();
+            if (!v) return lf_usage("--port needs a number");
+            port = std::atoi(v);
+            if (port < 0 || port > 65535) return lf_usage("--port must be 0 to 65535");
+        } else if (a == "--export") {
+            const char* v = value();
+            if (!v) return lf_usage("--export needs a file");
+            exportFile = v;
+        } else if (a == "--any") {
+            any = true;
+        } else {
+            return lf_usage(fmt::format("unknown argument \"{}\"", a).c_str());
+        }
+    }
+    simdouble::Scenario scenario;
+    try {
+        if (!scenarioFile.empty()) scenario = simdouble::gf_loadScenario(scenarioFile);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "simdouble: %s\n", e.what());
+        return 1;
+    }
+    simdouble::SimDouble sim(scenario);
+    simdouble::TcpServer server(sim, true);
+    int listening = 0;
+    for (const char* address : {any ? "0.0.0.0" : "127.0.0.1", any ? "::" : "::1"}) {
+        std::string error;
+        uint16_t p = server.listen(address, static_cast<uint16_t>(port), error);
+        if (p == 0) {
+            std::fprintf(stderr, "simdouble: %s\n", error.c_str());
+        } else {
+            std::printf("simdouble: \"%s\" listening on [%s]:%u\n", scenario.applicationName.c_str(), address, p);
+            ++listening;
+        }
+    }
+    if (listening == 0) return 1;
+    std::fflush(stdout);
+    std::signal(SIGINT, lf_onSignal);
+    std::signal(SIGTERM, lf_onSignal);
+    server.start();
+    while (!stopRequested) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    server.stop();
+    if (!exportFile.empty()) {
+        std::string text = server.withSim([](simdouble::SimDouble& s) { return s.exportJson().dump(1); });
+        if (!gf_writeFileAtomically(exportFile, text + "\n")) {
+            std::fprintf(stderr, "simdouble: could not write \"%s\"\n", exportFile.c_str());
+            return 1;
+        }
+        std::printf("simdouble: recording written to \"%s\"\n", exportFile.c_str());
+    }
+    return 0;
+}
