@@ -1,0 +1,210 @@
+// The session as the simulator sees it: what it sets up, in which order, and which simulators it accepts.
+#include <gtest/gtest.h>
+
+#include "frame/lifecycle.h"
+#include "frame/message.h"
+#include "frame/panel.h"
+#include "frame/params.h"
+#include "session_support.h"
+#include "simlink/handlers.h"
+
+namespace {
+
+TEST_F(SessionTest, OpenSetsUpTheWholeVocabularyInItsOrder) {
+    ASSERT_TRUE(gf_openSimConnect());
+    const std::vector<std::string> expected = {
+        "Open ZARK_P3D",
+        "Subscribe 201 Sim",
+        "Subscribe 202 ObjectAdded",
+        "Subscribe 203 ObjectRemoved",
+        "Subscribe 205 PositionChanged",
+        "Subscribe 206 FlightLoaded",
+        "Subscribe 204 Frame",
+        "Define 407 \"TITLE\" \"\" 11 0 4294967295",
+        "Define 408 \"ATC MODEL\" \"\" 6 0 4294967295",
+        "Define 409 \"SIM ON GROUND\" \"Bool\" 2 0 4294967295",
+        "Define 402 \"Plane Latitude\" \"degree\" 4 0 4294967295",
+        "Define 402 \"Plane Longitude\" \"degree\" 4 0 4294967295",
+        "Define 402 \"Plane Pitch degrees\" \"radians\" 4 0 4294967295",
+        "Define 402 \"Plane Bank degrees\" \"radians\" 4 0 4294967295",
+        "Define 402 \"Plane Heading degrees true\" \"radians\" 4 0 4294967295",
+        "Define 402 \"Plane Altitude\" \"feet\" 4 0 4294967295",
+        "Define 402 \"Vertical Speed\" \"feet per second\" 4 0 4294967295",
+        "Define 402 \"Airspeed True\" \"knots\" 4 0 4294967295",
+        "Define 403 \"Plane Latitude\" \"degree\" 4 0 4294967295",
+        "Define 403 \"Plane Longitude\" \"degree\" 4 0 4294967295",
+        "Define 403 \"Plane Pitch degrees\" \"radians\" 4 0 4294967295",
+        "Define 403 \"Plane Bank degrees\" \"radians\" 4 0 4294967295",
+        "Define 403 \"Plane Heading degrees true\" \"radians\" 4 0 4294967295",
+        "Define 403 \"Plane Altitude\" \"feet\" 4 0 4294967295",
+        "Define 403 \"Plane Alt Above Ground\" \"feet\" 4 0 4294967295",
+        "Define 403 \"Ground Velocity\" \"knots\" 4 0 4294967295",
+        "Define 403 \"ZULU TIME\" \"Seconds\" 2 0 4294967295",
+        "Define 403 \"ZULU DAY OF YEAR\" \"Number\" 2 0 4294967295",
+        "Define 403 \"ZULU YEAR\" \"Number\" 2 0 4294967295",
+        "Define 403 \"LIGHT STATES\" \"Mask\" 2 0 4294967295",
+        "Define 405 \"Static CG to Ground\" \"feet\" 4 0 4294967295",
+        "Define 405 \"Static Pitch\" \"radians\" 4 0 4294967295",
+        "Define 406 \"Light On States\" \"Mask\" 2 0 4294967295",
+        "Define 404 \"Plane Alt Above Ground\" \"feet\" 4 0 4294967295",
+        "Define 404 \"Ground Altitude\" \"feet\" 4 0 4294967295",
+        "Define 404 \"SIM ON GROUND\" \"Bool\" 2 0 4294967295",
+        "Define 404 \"ATC ID\" \"\" 6 0 4294967295",
+        "Map 220 GEAR_SET",
+        "Map 221 ENGINE_AUTO_START",
+        "Map 222 ENGINE_AUTO_SHUTDOWN",
+        "Map 223 THROTTLE_SET",
+        "Map 218 FLAPS_SET",
+        "Map 219 SPOILERS_SET",
+        "Map 208 NAV_LIGHTS_SET",
+        "Map 207 BEACON_LIGHTS_SET",
+        "Map 211 LANDING_LIGHTS_SET",
+        "Map 209 TAXI_LIGHTS_SET",
+        "Map 210 STROBES_SET",
+        "Map 213 LOGO_LIGHTS_SET",
+        "Map 212 CABIN_LIGHTS_SET",
+        "Map 214 ALL_LIGHTS_TOGGLE",
+        "Map 215 FREEZE_LATITUDE_LONGITUDE_SET",
+        "Map 216 FREEZE_ALTITUDE_SET",
+        "Map 217 FREEZE_ATTITUDE_SET",
+        "Define 401 \"SPOILERS HANDLE POSITION\" \"percent\" 4 0 4294967295",
+        "Define 401 \"GENERAL ENG THROTTLE LEVER POSITION:1\" \"percent\" 4 0 4294967295",
+        "Define 401 \"GENERAL ENG THROTTLE LEVER POSITION:2\" \"percent\" 4 0 4294967295",
+        "Group 301 208 1",
+        "Group 301 207 1",
+        "Group 301 211 1",
+        "Group 301 209 1",
+        "Group 301 210 1",
+        "Group 301 213 1",
+        "Group 301 212 1",
+        "Group 301 214 1",
+        "Group 301 218 1",
+        "Group 301 219 1",
+        "Group 301 220 1",
+        "Group 301 222 1",
+        "Group 301 223 1",
+        "Group 301 215 1",
+        "Group 301 216 1",
+        "Group 301 217 1",
+        "Priority 301 1",
+    };
+    EXPECT_EQ(sim_.takeLines(), expected);
+}
+
+TEST_F(SessionTest, CloseClearsEveryDefinitionAndSubscriptionAndEndsTheRun) {
+    open();
+    panel.simConnected = true;
+    lf_closeSimConnect();
+    const std::vector<std::string> expected = {
+        "Clear 407",       "Clear 408",       "Clear 409",       "Clear 402",       "Clear 403",
+        "Clear 401",       "Clear 404",       "Clear 405",       "Clear 406",       "Unsubscribe 201",
+        "Unsubscribe 202", "Unsubscribe 203", "Unsubscribe 204", "Unsubscribe 205", "Unsubscribe 206"};
+    EXPECT_EQ(sim_.takeLines(), expected);
+    EXPECT_FALSE(sim_.connected());
+    EXPECT_FALSE(panel.simConnected);
+    EXPECT_TRUE(logHas("Flight Simulator no longer connected, ZARK_P3D will stop ..."));
+    EXPECT_EQ(exitRequests_, (std::vector<std::pair<int, int>>{{1, 0}}));
+}
+
+TEST_F(SessionTest, CloseDuringAnExitRequestsNothingMore) {
+    open();
+    run.exitInProgress = true;
+    lf_closeSimConnect();
+    EXPECT_FALSE(sim_.connected());
+    EXPECT_TRUE(exitRequests_.empty());
+    EXPECT_FALSE(logHas("no longer connected"));
+}
+
+TEST_F(SessionTest, WithoutASimulatorTheOpenFailsQuietly) {
+    gf_setInProcessServer(nullptr);
+    EXPECT_FALSE(gf_openSimConnect());
+    EXPECT_EQ(simlink.hSimConnect, nullptr);
+    EXPECT_TRUE(errorLine().empty());
+}
+
+struct OpenCase {
+    const char* name;
+    const char* installPath;
+    int32_t expectedVersion;
+    bool passes;
+};
+
+class SimulatorVersionTest : public SessionTest, public ::testing::WithParamInterface<OpenCase> {};
+
+TEST_P(SimulatorVersionTest, OnlyAPrepar3DOfTheRightVersionPasses) {
+    const OpenCase& c = GetParam();
+    SIM_INSTALL_PATH.current = c.installPath;
+    simlink.expectedVersion = c.expectedVersion;
+    open();
+    sim_.sendOpen(c.name);
+    EXPECT_EQ(step(), c.passes);
+    EXPECT_TRUE(panel.simConnected);
+    if (c.passes) {
+        EXPECT_TRUE(errorLine().empty());
+        EXPECT_TRUE(logHas(panel.simText.get() + " connected "));
+    } else {
+        EXPECT_NE(errorLine().find("78"), std::string::npos) << errorLine();
+        EXPECT_NE(errorLine().find("wrong P3D version \"" + panel.simText.get() + "\" connects ... ?"),
+                  std::string::npos)
+            << errorLine();
+        EXPECT_TRUE(gf_controlState(SIM_INSTALL_PATH.controlId).enabled);
+        EXPECT_TRUE(sim_.connected()) << "a user error leaves the session to the exit";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Versions, SimulatorVersionTest,
+                         ::testing::Values(OpenCase{"Lockheed Martin\xC2\xAE Prepar3D\xC2\xAE v5", "D:\\Prepar3D v5", 0,
+                                                    true},
+                                           OpenCase{"Lockheed Martin Prepar3D v5", "D:\\Prepar3D v4", 5, true},
+                                           OpenCase{"Lockheed Martin Prepar3D v6", "D:\\P3DV6", 0, true},
+                                           OpenCase{"Lockheed Martin Prepar3D v5", "D:\\Prepar3D v4", 4, false},
+                                           OpenCase{"Lockheed Martin Prepar3D v4", "D:\\Prepar3D v4", 4, false},
+                                           OpenCase{"Lockheed Martin Prepar3D v4", "D:\\Prepar3D v5", 5, false},
+                                           OpenCase{"Lockheed Martin Prepar3D v6", "D:\\Prepar3D v5", 5, false}));
+
+TEST_F(SessionTest, QuotesAndBracketsAreRemovedBeforeTheComparison) {
+    SIM_INSTALL_PATH.current = "E:\\Lockheed Martin\\Prepar3D v5";
+    open();
+    sim_.sendOpen("\"Lockheed Martin [Prepar3D] (v5)\"", 5, 4, 14, 32);
+    EXPECT_TRUE(step());
+    EXPECT_EQ(panel.simText.get(), "Lockheed Martin Prepar3D v5 (5.4.14.32)");
+    EXPECT_TRUE(logHas("Lockheed Martin Prepar3D v5 (5.4.14.32) connected "));
+}
+
+TEST_F(SessionTest, AnMsfsSimulatorIsRefusedWithError78) {
+    for (const char* name : {"KittyHawk", "\"KittyHawk\"", "[SunRise]"}) {
+        gf_clearErrorAndMessage();
+        open();
+        sim_.sendOpen(name);
+        EXPECT_FALSE(step()) << name;
+        EXPECT_NE(errorLine().find("78"), std::string::npos) << errorLine();
+        EXPECT_NE(errorLine().find(", (MSFS) not being P3D connects ... ?"), std::string::npos) << errorLine();
+        EXPECT_TRUE(panel.simText.get().empty());
+        gf_resetSimlink();
+    }
+}
+
+TEST_F(SessionTest, AnEmptySimulatorNameIsOnlyLogged) {
+    open();
+    sim_.sendOpen("");
+    EXPECT_TRUE(step());
+    EXPECT_TRUE(logHas("! Simulator name empty?"));
+    EXPECT_FALSE(panel.simConnected);
+}
+
+TEST_F(SessionTest, AVersionMismatchEndsSimClientWithError95) {
+    open();
+    sim_.sendException(SIMCONNECT_EXCEPTION_VERSION_MISMATCH, 1, 3);
+    EXPECT_FALSE(step());
+    EXPECT_NE(errorLine().find("95"), std::string::npos) << errorLine();
+    EXPECT_NE(errorLine().find("Simconnect Version Mismatch, dwindex: 3 "), std::string::npos) << errorLine();
+}
+
+TEST_F(SessionTest, ALostConnectionLeavesTheSessionToTheExit) {
+    open();
+    sim_.drop();
+    EXPECT_TRUE(step());
+    EXPECT_TRUE(errorLine().empty());
+}
+
+}  // namespace
