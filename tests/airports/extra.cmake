@@ -1,0 +1,1 @@
+add_dependencies(test_airports zark_install_fixture)
