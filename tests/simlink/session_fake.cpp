@@ -95,6 +95,20 @@ std::string lf_describe(uint32_t id, PacketReader& r) {
     }
 }
 
+}  // namespace
+
+std::string gf_describePacket(const uint8_t* data, size_t n, uint32_t* serial) {
+    PacketReader r(data, n);
+    r.u32();  // size
+    r.u32();  // protocol
+    const uint32_t id = r.u32();
+    const uint32_t s = r.u32();
+    if (serial) *serial = s;
+    return lf_describe(id, r);
+}
+
+namespace {
+
 void lf_head(PacketWriter& w, uint32_t id) {
     w.u32(0);  // size, filled by finish()
     w.u32(5);
@@ -110,12 +124,7 @@ std::unique_ptr<InProcessConnection> ScriptedSim::connect(InProcessClient& clien
 }
 
 void ScriptedSim::received(const uint8_t* data, size_t n) {
-    PacketReader r(data, n);
-    r.u32();  // size
-    r.u32();  // protocol
-    const uint32_t id = r.u32();
-    lastSerial_ = r.u32();
-    lines_.push_back(lf_describe(id, r));
+    lines_.push_back(gf_describePacket(data, n, &lastSerial_));
 }
 
 std::vector<std::string> ScriptedSim::takeLines() {

@@ -11,6 +11,9 @@
 #include "simlink/transport/inprocess.h"
 #include "simlink/transport/simconnect.h"
 
+// One packet of the client as a readable line; its send serial into `serial` when given.
+std::string gf_describePacket(const uint8_t* data, size_t n, uint32_t* serial = nullptr);
+
 class ScriptedSim : public InProcessServer {
 public:
     std::unique_ptr<InProcessConnection> connect(InProcessClient& client) override;

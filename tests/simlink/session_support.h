@@ -33,3 +33,5 @@ protected:
 
 // A database with a few wingspans (half spans in nm) and the largest of them.
 void gf_fillSmallDbase();
+// The packets of the session's open and setup, as the scripted simulator writes them, in order.
+std::vector<std::string> gf_expectedSetupLines();
