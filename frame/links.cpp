@@ -1,93 +1,159 @@
 // How the frame reaches the other subsystems. Each call forwards to the subsystem that owns the work.
 #include "frame/links.h"
 
+#include "frame/panel.h"
 #include "liveries/dbase.h"
 
 namespace links {
 
+Answers answers;
+
+namespace {
+std::vector<std::string>* g_trace = nullptr;
+void lf_trace(const char* step) {
+    if (g_trace) g_trace->emplace_back(step);
+}
+}  // namespace
+
+void setTrace(std::vector<std::string>* trace) { g_trace = trace; }
+
 // --- simulator link ---
-void startSimClient() {}
-void stopSimClient() {}
-bool simClientRunning() { return false; }
-void requestUserOnGroundData() {}
-bool userOnGroundDelivered() { return false; }
-void requestUserSnapshot() {}
-void requestUserNames() {}
-LatLon userPosition() { return {}; }
-bool userOnGround() { return true; }
-double userAltitudeFt() { return 0.0; }
-double simTimeSeconds() { return 0.0; }
-void clearUserSnapshot() {}
-void requestAircraftInRange(int32_t) {}
-void clearPendingUpdates() {}
-void resetSimlinkForRestart() {}
+void startSimClient() { lf_trace("startSimClient"); }
+void stopSimClient() { lf_trace("stopSimClient"); }
+bool simClientRunning() {
+    lf_trace("simClientRunning");
+    return false;
+}
+void requestUserOnGroundData() { lf_trace("requestUserOnGroundData"); }
+bool userOnGroundDelivered() {
+    lf_trace("userOnGroundDelivered");
+    return false;
+}
+void requestUserSnapshot() { lf_trace("requestUserSnapshot"); }
+void requestUserNames() { lf_trace("requestUserNames"); }
+LatLon userPosition() {
+    lf_trace("userPosition");
+    return answers.userPosition.value_or(LatLon{});
+}
+bool userOnGround() {
+    lf_trace("userOnGround");
+    return answers.userOnGround.value_or(true);
+}
+double userAltitudeFt() {
+    lf_trace("userAltitudeFt");
+    return answers.userAltitudeFt.value_or(0.0);
+}
+double simTimeSeconds() {
+    lf_trace("simTimeSeconds");
+    return answers.simTimeSeconds.value_or(0.0);
+}
+void clearUserSnapshot() { lf_trace("clearUserSnapshot"); }
+void requestAircraftInRange(int32_t) { lf_trace("requestAircraftInRange"); }
+void clearPendingUpdates() { lf_trace("clearPendingUpdates"); }
+void resetSimlinkForRestart() { lf_trace("resetSimlinkForRestart"); }
 
 // --- traffic service ---
-void computeQueryBox() {}
-void setQueryPosition(LatLon) {}
-bool rtLogin() { return false; }
-void rtLogout() {}
-bool sessionExists() { return false; }
-void stopReaders() {}
-void startWeatherReader() {}
-void startTrafficReader() {}
-int32_t shownQnh() { return 0; }
-int64_t lastSnapshotTime() { return 0; }
-void setTimeShiftMinutes(int32_t) {}
-void updateWeatherLamps() {}
-void setAcceptTraffic(bool) {}
-void fetchParkedTraffic() {}
-void resetReaders() {}
-void setAccountKey(const std::string&) {}
+void computeQueryBox() { lf_trace("computeQueryBox"); }
+void setQueryPosition(LatLon) { lf_trace("setQueryPosition"); }
+bool rtLogin() {
+    lf_trace("rtLogin");
+    return false;
+}
+void rtLogout() { lf_trace("rtLogout"); }
+bool sessionExists() {
+    lf_trace("sessionExists");
+    return false;
+}
+void stopReaders() { lf_trace("stopReaders"); }
+void startWeatherReader() { lf_trace("startWeatherReader"); }
+void startTrafficReader() { lf_trace("startTrafficReader"); }
+int32_t shownQnh() {
+    lf_trace("shownQnh");
+    return 0;
+}
+int64_t lastSnapshotTime() {
+    lf_trace("lastSnapshotTime");
+    return 0;
+}
+void setTimeShiftMinutes(int32_t) { lf_trace("setTimeShiftMinutes"); }
+void updateWeatherLamps() { lf_trace("updateWeatherLamps"); }
+void setAcceptTraffic(bool) { lf_trace("setAcceptTraffic"); }
+void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
+void resetReaders() { lf_trace("resetReaders"); }
+void setAccountKey(const std::string&) { lf_trace("setAccountKey"); }
 
 // --- live traffic engine: the tables are empty until the engine comes ---
-void reserveTables() {}
-void drainSimEvents() {}
-void moveAircraft() {}
-void removeNextObject() {}
-void removeAllQueuedObjects() {}
-bool createNextLive() { return false; }
-void createNextStatic() {}
-void placeNextStatic() {}
-void workTrafficBuffer() {}
-void queueReadyForCreation() {}
-bool anyAircraftLanding() { return false; }
-void recountAircraft() {}
-void reviewCheckQueue() {}
-void collisionChecks() {}
-void removeBlockedCallsign(const std::string&) {}
-void removeParkedDuplicates() {}
-void removeAllLive() {}
-void clearEngineTables() {}
-bool parkedTableEmpty() { return true; }
-void makeFlightPlanFolder() {}
-void removeFlightPlanFolder() {}
+void reserveTables() { lf_trace("reserveTables"); }
+void drainSimEvents() { lf_trace("drainSimEvents"); }
+void moveAircraft() { lf_trace("moveAircraft"); }
+void removeNextObject() { lf_trace("removeNextObject"); }
+void removeAllQueuedObjects() { lf_trace("removeAllQueuedObjects"); }
+bool createNextLive() {
+    lf_trace("createNextLive");
+    return false;
+}
+void createNextStatic() { lf_trace("createNextStatic"); }
+void placeNextStatic() { lf_trace("placeNextStatic"); }
+void workTrafficBuffer() { lf_trace("workTrafficBuffer"); }
+void queueReadyForCreation() { lf_trace("queueReadyForCreation"); }
+bool anyAircraftLanding() {
+    lf_trace("anyAircraftLanding");
+    return false;
+}
+void recountAircraft() { lf_trace("recountAircraft"); }
+void reviewCheckQueue() { lf_trace("reviewCheckQueue"); }
+void collisionChecks() { lf_trace("collisionChecks"); }
+void removeBlockedCallsign(const std::string&) { lf_trace("removeBlockedCallsign"); }
+void removeParkedDuplicates() { lf_trace("removeParkedDuplicates"); }
+void removeAllLive() { lf_trace("removeAllLive"); }
+void clearEngineTables() { lf_trace("clearEngineTables"); }
+bool parkedTableEmpty() {
+    lf_trace("parkedTableEmpty");
+    return answers.parkedTableEmpty.value_or(true);
+}
+void makeFlightPlanFolder() { lf_trace("makeFlightPlanFolder"); }
+void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
 
 // --- static parking and airports ---
-void trackParkAirport(bool) {}
-bool renewParking(bool) { return false; }
-void flushStatic() {}
-void clearReservedStand() {}
-std::string reReadParkAirports() { return {}; }
-void readParkAirports() {}
-bool atParkAirport() { return false; }
-double nearestListedAirportNm(LatLon) { return 10000.0; }
-void leaveParkAirport() {}
-void resetParkingForRestart() {}
-void setParkingControls(bool) {}
+void trackParkAirport(bool) { lf_trace("trackParkAirport"); }
+bool renewParking(bool) {
+    lf_trace("renewParking");
+    return answers.renewParking.value_or(false);
+}
+void flushStatic() { lf_trace("flushStatic"); }
+void clearReservedStand() { lf_trace("clearReservedStand"); }
+std::string reReadParkAirports() {
+    lf_trace("reReadParkAirports");
+    return {};
+}
+void readParkAirports() { lf_trace("readParkAirports"); }
+bool atParkAirport() {
+    lf_trace("atParkAirport");
+    return panel.atParkAirport.load();
+}
+double nearestListedAirportNm(LatLon) {
+    lf_trace("nearestListedAirportNm");
+    return answers.nearestListedAirportNm.value_or(10000.0);
+}
+void leaveParkAirport() { lf_trace("leaveParkAirport"); }
+void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
+void setParkingControls(bool) { lf_trace("setParkingControls"); }
 
 // --- liveries ---
-void scanLiveries(bool) {}
-void scanAirports() {}
-void forgetNoMatchAircraft() {}
-void logNoMatch() {}
-void logMatchingSummary() {}
-void clearHexidLiveries() {}
-void clearNotCreatedNames() {}
+void scanLiveries(bool) { lf_trace("scanLiveries"); }
+void scanAirports() { lf_trace("scanAirports"); }
+void forgetNoMatchAircraft() { lf_trace("forgetNoMatchAircraft"); }
+void logNoMatch() { lf_trace("logNoMatch"); }
+void logMatchingSummary() { lf_trace("logMatchingSummary"); }
+void clearHexidLiveries() { lf_trace("clearHexidLiveries"); }
+void clearNotCreatedNames() { lf_trace("clearNotCreatedNames"); }
 
 // --- data at start ---
-void readDatabaseOnce() {}
-void readAirportTable() {}
-void dailyDataCheck() { readDatabaseOnce(); }
+void readDatabaseOnce() { lf_trace("readDatabaseOnce"); }
+void readAirportTable() { lf_trace("readAirportTable"); }
+void dailyDataCheck() {
+    lf_trace("dailyDataCheck");
+    readDatabaseOnce();
+}
 
 }  // namespace links

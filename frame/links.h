@@ -4,11 +4,27 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "common/geo.h"
 
 namespace links {
+
+// A test (or a diagnosis) can watch which steps the frame asks for, in order, and answer the questions
+// of subsystems that are not there.
+void setTrace(std::vector<std::string>* trace);  // nullptr: no trace
+struct Answers {
+    std::optional<bool> parkedTableEmpty;
+    std::optional<bool> userOnGround;
+    std::optional<double> userAltitudeFt;
+    std::optional<LatLon> userPosition;
+    std::optional<double> nearestListedAirportNm;
+    std::optional<double> simTimeSeconds;
+    std::optional<bool> renewParking;
+};
+extern Answers answers;
 
 // --- simulator link ---
 void startSimClient();  // stops and joins a previous SimClient first

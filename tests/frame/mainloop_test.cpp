@@ -1,0 +1,234 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "common/clock.h"
+#include "common/timeofweek.h"
+#include "frame/lifecycle.h"
+#include "frame/links.h"
+#include "frame/mainloop.h"
+#include "frame/message.h"
+#include "frame/panel.h"
+#include "frame/params.h"
+#include "support/fixture.h"
+
+// Drives the schedule slice by slice: a tick is "delivered" by setting tickPending, as SimClient does.
+class ScheduleTest : public ZarkTest {
+protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+        gf_useManualClock(&clock_);
+        links::setTrace(&trace_);
+        links::answers = {};
+        run.simRunning = true;
+    }
+    void TearDown() override {
+        links::setTrace(nullptr);
+        links::answers = {};
+        ZarkTest::TearDown();
+    }
+    // One tick: a slice with tickPending set. Returns the steps it asked for.
+    std::vector<std::string> tick() {
+        trace_.clear();
+        run.tickPending = true;
+        lf_slice();
+        return trace_;
+    }
+    void tickTo(int32_t t) {
+        while (loop.tickCount < t) tick();
+    }
+    static bool has(const std::vector<std::string>& steps, const std::string& step) {
+        return std::find(steps.begin(), steps.end(), step) != steps.end();
+    }
+    ManualClock clock_;
+    std::vector<std::string> trace_;
+};
+
+TEST_F(ScheduleTest, SlicesRunWithoutTicksAndTicksOnlyWhenDelivered) {
+    for (int i = 0; i < 500; ++i) lf_slice();
+    EXPECT_EQ(loop.tickCount, 0);
+    EXPECT_TRUE(has(trace_, "moveAircraft"));
+    tick();
+    EXPECT_EQ(loop.tickCount, 1);
+    EXPECT_FALSE(run.tickPending);
+}
+
+TEST_F(ScheduleTest, MultipleOfFifteenAndSixteenRunsOnlyTheFifteenBranch) {
+    tickTo(239);
+    const auto steps = tick();  // T = 240
+    EXPECT_EQ(loop.tickCount, 240);
+    EXPECT_TRUE(has(steps, "computeQueryBox"));
+    EXPECT_FALSE(has(steps, "trackParkAirport"));
+    tickTo(255);
+    EXPECT_TRUE(has(tick(), "trackParkAirport"));  // T = 256: 16 off the 15 grid
+}
+
+TEST_F(ScheduleTest, SixtyOneStepRunsOffTheFifteenGridWithParkedAircraft) {
+    links::answers.parkedTableEmpty = false;
+    tickTo(60);
+    EXPECT_TRUE(has(tick(), "removeParkedDuplicates"));  // T = 61
+    tickTo(914);
+    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 915 = 15 * 61
+    links::answers.parkedTableEmpty = true;
+    tickTo(121);
+    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 122, nothing parked
+}
+
+TEST_F(ScheduleTest, RenewalMinutesCountDownAndWrap) {
+    std::vector<int> shown;
+    for (int t = 60; t <= 1260; t += 60) {
+        tickTo(t);
+        shown.push_back(panel.minutesToRenewal);
+    }
+    const std::vector<int> expected = {19, 18, 17, 16, 15, 14, 13, 12, 11, 10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 20, 19};
+    EXPECT_EQ(shown, expected);
+}
+
+TEST_F(ScheduleTest, ParkingUpdateRequestedAt1200StartsByTheNextFifteen) {
+    panel.atParkAirport = true;
+    tickTo(1200);
+    EXPECT_TRUE(run.parkUpdateRequested);
+    EXPECT_FALSE(run.parkUpdateArmed);
+    tickTo(1215);
+    EXPECT_TRUE(run.parkUpdateArmed);  // phase one: parked traffic asked for
+    EXPECT_TRUE(run.parkingBusy);
+    tickTo(1229);
+    links::answers.renewParking = true;
+    run.ptOnlySwitched = true;
+    const auto steps = tick();  // T = 1230: phase two
+    EXPECT_TRUE(has(steps, "renewParking"));
+    EXPECT_FALSE(run.parkUpdateRequested);
+    EXPECT_FALSE(run.parkUpdateArmed);
+    EXPECT_FALSE(run.ptOnlySwitched);
+}
+
+TEST_F(ScheduleTest, NoParkingUpdateAwayFromAParkAirportOrWithInitialLoadOnly) {
+    tickTo(1200);
+    EXPECT_FALSE(run.parkUpdateRequested);
+    panel.atParkAirport = true;
+    INITIAL_LOAD_ONLY.current = true;
+    tickTo(2400);
+    EXPECT_FALSE(run.parkUpdateRequested);
+    RT_PARKTRAFFIC_ONLY.current = true;  // the service's parked traffic is renewed all the same
+    tickTo(3600);
+    EXPECT_TRUE(run.parkUpdateRequested);
+}
+
+TEST_F(ScheduleTest, MergedTicksCountOnce) {
+    run.tickPending = true;
+    run.tickPending = true;  // a second delivery while the slice was busy
+    lf_slice();
+    lf_slice();
+    EXPECT_EQ(loop.tickCount, 1);
+}
+
+TEST_F(ScheduleTest, FlightNotRunningStopsTrafficAndResumes) {
+    links::setTrace(&trace_);
+    run.simRunning = false;
+    for (int i = 0; i < 250; ++i) lf_slice();
+    EXPECT_TRUE(run.flightNotRunningSeen);
+    EXPECT_EQ(loop.tickCount, 0);  // no tick work in this state
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "setAcceptTraffic"), 1);
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "recountAircraft"), 2);  // once a second
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "clearPendingUpdates"), 1);
+    EXPECT_TRUE(logHas(" Flight not running\n"));
+    run.simRunning = true;
+    const auto steps = tick();
+    EXPECT_TRUE(has(steps, "setAcceptTraffic"));
+    EXPECT_FALSE(run.flightNotRunningSeen);
+    EXPECT_TRUE(logHas(" Flight resumed\n"));
+}
+
+TEST_F(ScheduleTest, EngineSlicePacesRemovalCreationAndRangeRequests) {
+    loop.slice = 0;
+    for (int i = 0; i < 100; ++i) lf_slice();
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "removeNextObject"), 10);       // every 100 ms
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "createNextLive"), 2);          // every 500 ms
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "requestAircraftInRange"), 1);  // every second
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "requestUserSnapshot"), 1);
+    trace_.clear();
+    run.requestFailed = true;
+    for (int i = 0; i < 100; ++i) lf_slice();
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "requestAircraftInRange"), 0);
+}
+
+TEST_F(ScheduleTest, ReaderStoppedEndsTheRunAtTheNextThirtyTicks) {
+    run.readerStopped = true;
+    tickTo(30);
+    EXPECT_EQ(gf_messageLine().error, "1001: RT error");
+    ASSERT_FALSE(exitRequests_.empty());
+    EXPECT_EQ(exitRequests_.back(), std::make_pair(5, 0));
+}
+
+TEST_F(ScheduleTest, AutoRangeNearFarAndBetween) {
+    links::answers.userOnGround = true;
+    gf_autoRange();
+    EXPECT_EQ(parDerived.radiusMetres, 24816);
+    EXPECT_EQ(LATERAL_RANGE.current, 8);
+    links::answers.userOnGround = false;
+    links::answers.userAltitudeFt = 25000.0;
+    gf_autoRange();
+    EXPECT_EQ(parDerived.radiusMetres, 84080);
+    EXPECT_EQ(LATERAL_RANGE.current, 40);
+    links::answers.userAltitudeFt = 5000.0;
+    links::answers.nearestListedAirportNm = 4.9;
+    gf_autoRange();
+    EXPECT_EQ(LATERAL_RANGE.current, 8);
+    links::answers.nearestListedAirportNm = 20.4;
+    gf_autoRange();
+    EXPECT_EQ(LATERAL_RANGE.current, 23);  // rounded plus 3
+    EXPECT_EQ(parDerived.radiusMetres, 23 * 1852 + 10000);
+    links::answers.nearestListedAirportNm = 36.9;
+    gf_autoRange();
+    EXPECT_EQ(LATERAL_RANGE.current, 40);
+    links::answers.nearestListedAirportNm = 37.0;
+    gf_autoRange();
+    EXPECT_EQ(LATERAL_RANGE.current, 40);
+    EXPECT_EQ(gf_controlState(LATERAL_RANGE.controlId).text, "40");
+}
+
+TEST_F(ScheduleTest, TimeShiftIsCutToFourWeeks) {
+    gf_setTimeShift(40321, false);
+    EXPECT_TRUE(logHas("Time shifting is limited to 4 weeks\n"));
+    EXPECT_EQ(TIME_SHIFT_DAYS.current, 28);
+    EXPECT_EQ(TIME_SHIFT_HOURS.current, 0);
+    EXPECT_EQ(TIME_SHIFT_MINS.current, 0);
+    EXPECT_TRUE(loop.timeShifted);
+    EXPECT_EQ(gf_messageLine().message, "Time shifted 40320 minutes");
+    EXPECT_TRUE(run.parkUpdateRequested);
+    EXPECT_TRUE(has(trace_, "removeAllLive"));
+}
+
+TEST_F(ScheduleTest, SilentTimeShiftShowsNothingAndRemovesNothing) {
+    gf_setTimeShift(1 * 1440 + 2 * 60 + 3, true);
+    EXPECT_EQ(TIME_SHIFT_DAYS.current, 1);
+    EXPECT_EQ(TIME_SHIFT_HOURS.current, 2);
+    EXPECT_EQ(TIME_SHIFT_MINS.current, 3);
+    EXPECT_EQ(gf_messageLine().message, "");
+    EXPECT_FALSE(has(trace_, "removeAllLive"));
+    EXPECT_FALSE(run.parkUpdateRequested);
+    EXPECT_NE(readFile(gf_parametersPath()).find("name=\"TIME_SHIFT_HOURS\" value=\"2\""), std::string::npos);
+    gf_setTimeShift(0, false);
+    EXPECT_FALSE(loop.timeShifted);
+    EXPECT_EQ(gf_messageLine().message, "No time shift");
+    EXPECT_TRUE(has(trace_, "removeAllLive"));
+}
+
+TEST_F(ScheduleTest, SimTimeFollowsTheSimulatorsClock) {
+    SIM_TIME.current = true;
+    const double now = static_cast<double>(gf_epochSeconds());
+    links::answers.simTimeSeconds = now - 3 * 3600;  // the simulator runs 3 hours behind
+    tick();
+    EXPECT_EQ(TIME_SHIFT_HOURS.current, 3);
+    EXPECT_TRUE(loop.timeShifted);
+    links::answers.simTimeSeconds = now - 3 * 3600 + 10;  // moved by less than 30 s: no new shift
+    gf_clearMessage();
+    tick();
+    EXPECT_EQ(gf_messageLine().message, "");
+}
+
+TEST_F(ScheduleTest, TimeOfWeekFollowsTheSnapshotOnlyWhileShifted) {
+    tick();
+    const TimeOfWeek wall = gf_timeOfWeekAt(gf_utcNow());
+    EXPECT_EQ(gf_loadTimeOfWeek(), wall);
+}
