@@ -274,7 +274,8 @@ void gf_simClientThread(std::stop_token stopToken) {
             }
             // The simulator may start after us: wait for it without limit, one try a second.
             if (!gf_openSimConnect()) {
-                gf_sleepFor(std::chrono::seconds(1));
+                // A second between tries, cut short by a stop so that an exit never waits for it.
+                for (int i = 0; i < 100 && !stopToken.stop_requested(); ++i) gf_sleepFor(std::chrono::milliseconds(10));
                 continue;
             }
             gf_timerResolutionBegin();

@@ -3,6 +3,7 @@
 // test asks for. Answers nothing by itself, so a test decides every message the session sees.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -24,7 +25,7 @@ public:
     std::vector<std::string> takeLinesStartingWith(const std::string& head);
     uint32_t lastSerial() const { return lastSerial_; }
     bool connected() const { return client_ != nullptr; }
-    int connections = 0;
+    std::atomic<int> connections{0};  // SimClient may connect on its own thread
 
     // Messages to the client; they wait in its queue for the next dispatch.
     void sendOpen(const std::string& name, uint32_t major = 5, uint32_t minor = 4, uint32_t buildMajor = 14,
