@@ -264,6 +264,7 @@ bool gf_simClientStep() {
 
 void gf_simClientThread(std::stop_token stopToken) {
     ++run.activeThreads;
+    simlink.simClientAlive = true;
     try {
         while (!gf_exitFlagSet() && !stopToken.stop_requested()) {
             if (!simlink.waitingShown) {
@@ -297,13 +298,17 @@ void gf_simClientThread(std::stop_token stopToken) {
     } catch (...) {
         gf_reportException("SimClient");
     }
+    simlink.simClientAlive = false;
     --run.activeThreads;
 }
+
+bool gf_simClientRunning() { return simlink.simClientAlive.load(); }
 
 void gf_startSimClient() {
     gf_stopSimClient();
     simlink.expectedVersion = P3D_VERSION.current;
     simlink.waitingShown = false;
+    simlink.simClientAlive = true;  // from now on, not only once the thread has begun
     simlink.simClient = std::jthread(gf_simClientThread);
 }
 

@@ -42,6 +42,7 @@ void gf_resetSimlink() {
     simlink.expectedVersion = 0;
     simlink.requestFailures = 0;
     simlink.waitingShown = false;
+    simlink.simClientAlive = false;
     gf_clearSimQueues();
 
     user.simSnapshot = {};

@@ -22,7 +22,8 @@ struct SimlinkState {
     int32_t expectedVersion = 0;              // copy of P3D_VERSION, taken when SimClient starts
     std::atomic<int32_t> requestFailures{0};  // failed requests of this run; 3 restart the run
     bool waitingShown = false;                // SimClient: "Waiting for Prepar3Dv..." was shown
-    std::jthread simClient;                   // the SimClient thread; joinable while it runs
+    std::jthread simClient;                   // the SimClient thread; joinable until joined
+    std::atomic<bool> simClientAlive{false};  // the thread body runs
 };
 extern SimlinkState simlink;  // defined in simlink/state.cpp
 
@@ -37,6 +38,8 @@ void gf_resetSimlink();
 void gf_startSimClient();
 // Requests the stop of SimClient and joins it. The thread closes the session on its way out.
 void gf_stopSimClient();
+// True while the SimClient thread has not ended (it ends on a stop or a fault).
+bool gf_simClientRunning();
 // The thread body.
 void gf_simClientThread(std::stop_token stopToken);
 
@@ -56,8 +59,10 @@ void gf_requestUserSnapshot(UserSnapshot& out);
 void gf_requestUserNames();
 // Request 108: "SIM ON GROUND" every simulated second; each delivery sets run.tickPending.
 void gf_requestOnGroundEachSecond();
-// Request 101: the aircraft within parDerived.radiusMetres; each answers with definition 404.
+// Request 101: the aircraft within a radius (metres; parDerived.radiusMetres when not given); each
+// object answers with definition 404.
 void gf_requestAircraftInRange();
+void gf_requestAircraftInRange(int32_t radiusMetres);
 // Request 102: standing height and pitch of a new AI object, answered as a SimEvent of kind 4.
 void gf_requestStaticValues(uint32_t objectId);
 // Definition 401 on an object: spoilers handle, throttle 1 and throttle 2, percent.

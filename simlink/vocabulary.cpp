@@ -183,9 +183,11 @@ void gf_requestOnGroundEachSecond() {
         lf_failed("SimConnect request ac gnd/air fails");
 }
 
-void gf_requestAircraftInRange() {
+void gf_requestAircraftInRange() { gf_requestAircraftInRange(parDerived.radiusMetres.load()); }
+
+void gf_requestAircraftInRange(int32_t radiusMetres) {
     if (run.requestFailed) return;
-    const auto radius = static_cast<DWORD>(parDerived.radiusMetres.load());
+    const auto radius = static_cast<DWORD>(radiusMetres < 0 ? 0 : radiusMetres);
     if (!lf_locked([radius](HANDLE h) {
             return SimConnect_RequestDataOnSimObjectType(h, kReqInRange, kDefInRange, radius,
                                                          SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);

@@ -71,9 +71,11 @@ TEST_F(ThreadTest, AStartStopsThePreviousSimClientAndAStopClosesTheSession) {
 TEST_F(ThreadTest, AFaultEndsTheThreadAndAnExitClosesWhatAUserErrorLeftOpen) {
     SIM_INSTALL_PATH.current = "D:\\Lockheed Martin\\Prepar3D v5";
     gf_startSimClient();
+    EXPECT_TRUE(gf_simClientRunning());
     ASSERT_TRUE(waitFor([&] { return sim_.connections == 1; }));
     sim_.sendOpen("KittyHawk");
-    ASSERT_TRUE(waitFor([] { return run.activeThreads.load() == 0; })) << "the thread ended";
+    ASSERT_TRUE(waitFor([] { return !gf_simClientRunning(); })) << "the thread ended";
+    EXPECT_EQ(run.activeThreads, 0);
     EXPECT_NE(errorLine().find("78"), std::string::npos);
     EXPECT_TRUE(sim_.connected()) << "a user error leaves the session to the exit";
     run.exitInProgress = true;
