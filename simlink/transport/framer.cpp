@@ -40,7 +40,7 @@ bool ReceiveFramer::extract(const Sink& sink) {
         }
         // A size of 0 starts padding: zero bytes are stepped over up to the next non-zero byte. Padding
         // normally comes in whole words, so a message whose size has a zero low byte (256, 512, ...) may
-        // start up to three bytes before that non-zero byte: a plausible size on the word boundary wins.
+        // start up to three bytes before that non-zero byte.
         if (inPadding_ || (have >= 4 && scwire::gf_getU32(buffer_.data() + begin_) == 0)) {
             size_t q = begin_;
             while (q < end_ && buffer_[q] == 0) ++q;
@@ -52,9 +52,12 @@ bool ReceiveFramer::extract(const Sink& sink) {
             }
             size_t candidate = begin_ + ((q - begin_) / 4) * 4;
             if (candidate < q) {
-                if (end_ - candidate < 4) return compact();
+                // Both readings are possible: the word boundary wins if it gives a whole plausible head
+                // (size within limits, a message id below 256).
+                if (end_ - candidate < scwire::kRecvHeadSize) return compact();
                 uint32_t size = scwire::gf_getU32(buffer_.data() + candidate);
-                q = (size >= scwire::kRecvHeadSize && size <= maxReceiveSize_) ? candidate : q;
+                uint32_t id = scwire::gf_getU32(buffer_.data() + candidate + 8);
+                if (size >= scwire::kRecvHeadSize && size <= maxReceiveSize_ && id < 256) q = candidate;
             }
             begin_ = q;
             inPadding_ = false;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "simlink/transport/config.h"
 #include "simlink/transport/simconnect.h"
 
 // Sets the serial that the last packet carried, so that the next one carries value + 1 (tests of the wrap).

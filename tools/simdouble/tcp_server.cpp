@@ -139,6 +139,16 @@ void TcpServer::serviceOnce(int timeoutMs) {
     std::vector<pollfd> fds;
     {
         std::lock_guard lock(lock_);
+        // Connections the double closed or dropped end here.
+        for (auto it = clients_.begin(); it != clients_.end();) {
+            if (it->second->closed) {
+                sim_.removeConnection(it->second->connection);
+                ::close(it->first);
+                it = clients_.erase(it);
+            } else {
+                ++it;
+            }
+        }
         for (int fd : listeners_) fds.push_back({fd, POLLIN, 0});
         for (auto& [fd, c] : clients_) fds.push_back({fd, POLLIN, 0});
     }

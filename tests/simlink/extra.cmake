@@ -1,0 +1,1 @@
+target_link_libraries(test_simlink PRIVATE simdouble_core)

@@ -1,0 +1,105 @@
+// SimConnect.cfg: sections, the folders in their order, and what SimConnect_Open makes of them.
+#include "platform/platform.h"
+#include "simlink/transport/config.h"
+#include "simlink/transport/session.h"
+#include "support/fixture.h"
+#include "transport_support.h"
+
+namespace {
+
+class TransportConfig : public ZarkTest {
+protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+        gf_resetSimConnectTransport();
+        gf_setSimConnectCfgFolders({root_ / "public", root_ / "documents", root_});
+    }
+    void TearDown() override {
+        gf_resetSimConnectTransport();
+        ZarkTest::TearDown();
+    }
+};
+
+TEST_F(TransportConfig, SectionNamesFollowTheIndex) {
+    EXPECT_EQ(gf_simConnectSectionName(0), "SimConnect");
+    EXPECT_EQ(gf_simConnectSectionName(3), "SimConnect.3");
+}
+
+TEST_F(TransportConfig, WithoutAnyFileIndexZeroTakesTheDefaults) {
+    SimConnectConfig cfg;
+    cfg.port = "leftover";
+    EXPECT_TRUE(gf_readSimConnectConfig(0, cfg));
+    EXPECT_EQ(cfg.protocol, ScProtocol::Auto);
+    EXPECT_EQ(cfg.address, "");
+    EXPECT_EQ(cfg.port, "");
+    EXPECT_EQ(cfg.maxReceiveSize, 41088u);
+    EXPECT_FALSE(cfg.disableNagle);
+    EXPECT_FALSE(gf_readSimConnectConfig(1, cfg));
+}
+
+TEST_F(TransportConfig, LaterFoldersOverrideEarlierOnesKeyByKey) {
+    writeFile("public/SimConnect.cfg",
+              "; the machine's settings\n[SimConnect]\nProtocol=IPv6\nAddress=sim-pc\nPort=500\nDisableNagle=1\n"
+              "[SimConnect.2]\nProtocol=Pipe\nPort=Custom\n");
+    writeFile("documents/SimConnect.cfg", "[simconnect]\r\nPORT = 501\r\nMaxReceiveSize=65536\r\n");
+    writeFile("SimConnect.cfg",
+              "[SimConnect.1]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=4500\n[SimConnect]\nAddress=.\n");
+    SimConnectConfig cfg;
+    ASSERT_TRUE(gf_readSimConnectConfig(0, cfg));
+    EXPECT_EQ(cfg.protocol, ScProtocol::IPv6);
+    EXPECT_EQ(cfg.address, ".");
+    EXPECT_EQ(cfg.port, "501");
+    EXPECT_EQ(cfg.maxReceiveSize, 65536u);
+    EXPECT_TRUE(cfg.disableNagle);
+    ASSERT_TRUE(gf_readSimConnectConfig(1, cfg));
+    EXPECT_EQ(cfg.protocol, ScProtocol::IPv4);
+    EXPECT_EQ(cfg.address, "127.0.0.1");
+    EXPECT_EQ(cfg.port, "4500");
+    ASSERT_TRUE(gf_readSimConnectConfig(2, cfg));
+    EXPECT_EQ(cfg.protocol, ScProtocol::Pipe);
+    EXPECT_EQ(cfg.port, "Custom");
+    EXPECT_FALSE(gf_readSimConnectConfig(7, cfg));
+}
+
+TEST_F(TransportConfig, MaxReceiveSizeOnlyRaisesTheLimitAndBadValuesAreNamed) {
+    writeFile("SimConnect.cfg", "[SimConnect]\nMaxReceiveSize=1000\nProtocol=Carrier pigeon\n");
+    SimConnectConfig cfg;
+    ASSERT_TRUE(gf_readSimConnectConfig(0, cfg));
+    EXPECT_EQ(cfg.maxReceiveSize, 41088u);
+    EXPECT_EQ(cfg.protocol, ScProtocol::Auto);
+    EXPECT_TRUE(logHas("unknown Protocol \"Carrier pigeon\""));
+    writeFile("SimConnect.cfg", "[SimConnect]\nMaxReceiveSize=lots\n");
+    ASSERT_TRUE(gf_readSimConnectConfig(0, cfg));
+    EXPECT_EQ(cfg.maxReceiveSize, 41088u);
+    EXPECT_TRUE(logHas("MaxReceiveSize \"lots\""));
+}
+
+TEST_F(TransportConfig, OpenWithAMissingSectionIsABadArgument) {
+    HANDLE h = nullptr;
+    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 4), E_INVALIDARG);
+    EXPECT_EQ(h, nullptr);
+    EXPECT_TRUE(logHas("no section [SimConnect.4]"));
+}
+
+TEST_F(TransportConfig, NothingToTryIsLoggedOnceAndFails) {
+    HANDLE h = nullptr;
+    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
+    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
+    std::string log = logText();
+    const std::string note = "SimConnect: nothing to connect to";
+    ASSERT_NE(log.find(note), std::string::npos);
+    EXPECT_EQ(log.find(note), log.rfind(note));
+}
+
+TEST_F(TransportConfig, RegistryPortsAreUsedWhenTheCfgHasNone) {
+    gf_setRegistryOverride([](const std::string& key, const std::string& value) -> std::optional<std::string> {
+        if (key == "SOFTWARE\\Lockheed Martin\\Prepar3D v5" && value == "SimConnect_Port_IPv4") return "1";
+        return std::nullopt;
+    });
+    HANDLE h = nullptr;
+    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);  // nobody listens on port 1
+    gf_setRegistryOverride(nullptr);
+    EXPECT_TRUE(logHas("IPv4 127.0.0.1:1"));
+}
+
+}  // namespace

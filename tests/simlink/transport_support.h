@@ -1,0 +1,69 @@
+// tests/simlink/transport_support.h — helpers of the transport and double tests: a server that only
+// records the client's packets, a collector of dispatched messages, and little-endian field access.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "simlink/transport/inprocess.h"
+#include "simlink/transport/packets.h"
+#include "simlink/transport/simconnect.h"
+
+using Bytes = std::vector<uint8_t>;
+
+// Records every packet and can say anything to the client.
+struct RecordingServer final : InProcessServer {
+    struct Conn final : InProcessConnection {
+        RecordingServer& s;
+        explicit Conn(RecordingServer& server) : s(server) {}
+        void fromClient(const uint8_t* d, size_t n) override { s.packets.emplace_back(d, d + n); }
+        void clientClosed() override {
+            s.client = nullptr;
+            s.closed = true;
+        }
+    };
+    std::unique_ptr<InProcessConnection> connect(InProcessClient& c) override {
+        client = &c;
+        return std::make_unique<Conn>(*this);
+    }
+    void say(const Bytes& b) { client->toClient(b.data(), b.size()); }
+    std::vector<Bytes> packets;
+    InProcessClient* client = nullptr;
+    bool closed = false;
+};
+
+struct Received {
+    std::vector<Bytes> messages;
+    static void CALLBACK collect(SIMCONNECT_RECV* p, DWORD n, void* ctx) {
+        auto* b = reinterpret_cast<uint8_t*>(p);
+        static_cast<Received*>(ctx)->messages.emplace_back(b, b + n);
+    }
+    std::vector<Bytes> ofId(uint32_t id) const {
+        std::vector<Bytes> out;
+        for (const Bytes& m : messages)
+            if (scwire::gf_getU32(m.data() + 8) == id) out.push_back(m);
+        return out;
+    }
+};
+
+inline uint32_t u32At(const Bytes& b, size_t offset) { return scwire::gf_getU32(b.data() + offset); }
+
+// A message from the simulator: size, version 5, id, then the words given.
+inline Bytes message(uint32_t id, std::vector<uint32_t> words, size_t extraZeros = 0) {
+    Bytes b;
+    scwire::PacketWriter w(b);
+    w.u32(0);
+    w.u32(5);
+    w.u32(id);
+    for (uint32_t v : words) w.u32(v);
+    w.zeros(extraZeros);
+    w.finish();
+    return b;
+}
+
+// Keeps an in-process server installed for one scope.
+struct InProcessScope {
+    explicit InProcessScope(InProcessServer& s) { gf_setInProcessServer(&s); }
+    ~InProcessScope() { gf_setInProcessServer(nullptr); }
+};
