@@ -866,10 +866,12 @@ void SimDouble::lf_tick1ms() {
         }
     }
     // Frames.
-    frameClock_ += 1.0;
+    // A frame falls in this millisecond when the count of frames since time 0 steps up.
     const double frameMs = 1000.0 / scenario_.frameRate;
-    if (frameClock_ >= frameMs) {
-        frameClock_ -= frameMs;
+    const auto frames = [&](int64_t ms) {
+        return static_cast<int64_t>(std::floor(ms * scenario_.frameRate / 1000.0 + 1e-9));
+    };
+    if (frames(nowMs_) != frames(nowMs_ - 1)) {
         SimObject& u = user();
         const UserAircraftSetup& setup = scenario_.user;
         if (scenario_.simRunning && !scenario_.paused && u.groundSpeed > 0) {

@@ -132,7 +132,6 @@ private:
     std::map<uint32_t, SimObject> objects_;
     std::vector<ExceptionSent> exceptions_;
     size_t scriptNext_ = 0;
-    double frameClock_ = 0;  // ms since the last frame
     size_t pathLeg_ = 0;
     friend struct Impl;
 };
