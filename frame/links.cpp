@@ -3,6 +3,9 @@
 
 #include "frame/panel.h"
 #include "liveries/dbase.h"
+#include "simlink/queues.h"
+#include "simlink/state.h"
+#include "simlink/user.h"
 
 namespace links {
 
@@ -18,39 +21,71 @@ void lf_trace(const char* step) {
 void setTrace(std::vector<std::string>* trace) { g_trace = trace; }
 
 // --- simulator link ---
-void startSimClient() { lf_trace("startSimClient"); }
-void stopSimClient() { lf_trace("stopSimClient"); }
+void startSimClient() {
+    lf_trace("startSimClient");
+    gf_startSimClient();
+}
+void stopSimClient() {
+    lf_trace("stopSimClient");
+    gf_stopSimClient();
+}
 bool simClientRunning() {
     lf_trace("simClientRunning");
-    return false;
+    return gf_simClientRunning();
 }
-void requestUserOnGroundData() { lf_trace("requestUserOnGroundData"); }
+void requestUserOnGroundData() {
+    lf_trace("requestUserOnGroundData");
+    gf_requestOnGroundEachSecond();
+}
 bool userOnGroundDelivered() {
     lf_trace("userOnGroundDelivered");
-    return false;
+    return user.userOnGroundKnown.load();
 }
-void requestUserSnapshot() { lf_trace("requestUserSnapshot"); }
-void requestUserNames() { lf_trace("requestUserNames"); }
+void requestUserSnapshot() {
+    lf_trace("requestUserSnapshot");
+    UserSnapshot copy;
+    gf_requestUserSnapshot(copy);
+}
+void requestUserNames() {
+    lf_trace("requestUserNames");
+    gf_requestUserNames();
+}
 LatLon userPosition() {
     lf_trace("userPosition");
-    return answers.userPosition.value_or(LatLon{});
+    if (answers.userPosition) return *answers.userPosition;
+    return {user.userSnapshot.latitude, user.userSnapshot.longitude};
 }
 bool userOnGround() {
     lf_trace("userOnGround");
-    return answers.userOnGround.value_or(true);
+    if (answers.userOnGround) return *answers.userOnGround;
+    return user.userOnGround.load();
 }
 double userAltitudeFt() {
     lf_trace("userAltitudeFt");
-    return answers.userAltitudeFt.value_or(0.0);
+    if (answers.userAltitudeFt) return *answers.userAltitudeFt;
+    return user.userSnapshot.altitude;
 }
 double simTimeSeconds() {
     lf_trace("simTimeSeconds");
-    return answers.simTimeSeconds.value_or(0.0);
+    if (answers.simTimeSeconds) return *answers.simTimeSeconds;
+    return static_cast<double>(user.simEpoch.load());
 }
-void clearUserSnapshot() { lf_trace("clearUserSnapshot"); }
-void requestAircraftInRange(int32_t) { lf_trace("requestAircraftInRange"); }
-void clearPendingUpdates() { lf_trace("clearPendingUpdates"); }
-void resetSimlinkForRestart() { lf_trace("resetSimlinkForRestart"); }
+void clearUserSnapshot() {
+    lf_trace("clearUserSnapshot");
+    user.userSnapshot = UserSnapshot{};
+}
+void requestAircraftInRange(int32_t radiusMetres) {
+    lf_trace("requestAircraftInRange");
+    gf_requestAircraftInRange(radiusMetres);
+}
+void clearPendingUpdates() {
+    lf_trace("clearPendingUpdates");
+    gf_clearOutboundPositions();
+}
+void resetSimlinkForRestart() {
+    lf_trace("resetSimlinkForRestart");
+    gf_resetSimlink();
+}
 
 // --- traffic service ---
 void computeQueryBox() { lf_trace("computeQueryBox"); }
@@ -84,7 +119,11 @@ void setAccountKey(const std::string&) { lf_trace("setAccountKey"); }
 
 // --- live traffic engine: the tables are empty until the engine comes ---
 void reserveTables() { lf_trace("reserveTables"); }
-void drainSimEvents() { lf_trace("drainSimEvents"); }
+void drainSimEvents() {
+    lf_trace("drainSimEvents");
+    // No aircraft of ours is in the simulator yet: the reports have no one to go to.
+    gf_drainSimEvents([](const SimEvent&) {});
+}
 void moveAircraft() { lf_trace("moveAircraft"); }
 void removeNextObject() { lf_trace("removeNextObject"); }
 void removeAllQueuedObjects() { lf_trace("removeAllQueuedObjects"); }
