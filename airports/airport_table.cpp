@@ -35,7 +35,8 @@ void lf_readRows(const std::string& path) {
         a.alt = gf_stof(node.attribute("alt").value());
         rows.push_back(std::move(a));
     }
-    std::sort(rows.begin(), rows.end(), [](const Airport& x, const Airport& y) { return x.code < y.code; });
+    const auto byCode = [](const Airport& x, const Airport& y) { return x.code < y.code; };
+    if (!std::is_sorted(rows.begin(), rows.end(), byCode)) std::sort(rows.begin(), rows.end(), byCode);
     gf_logf("{} airports read from \"{}\"", rows.size(), path);
 }
 

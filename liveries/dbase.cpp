@@ -119,24 +119,51 @@ void lf_readWingspans(const pugi::xml_document& doc, const std::string& path) {
         if (count[c] > 0) dbase.averageHalfWingspan[c] = sum[c] / count[c];
 }
 
+// The registrations of the real world come to about 150k; the vector grows beyond that if needed.
+constexpr size_t kRecordsReserve = 160000;
+
+// Name comparison for the record loop, inlined for its few short literals.
+inline bool lf_isName(const char* name, const char* literal) {
+    while (*literal && *name == *literal) ++name, ++literal;
+    return *name == *literal;
+}
+
 std::string lf_airlineValue(const char* text) { return text[0] == '\0' ? std::string() : gf_decodeAirline(text); }
 
+// The bulk of the start-up: ~150k rows, read in one pass over each row's attributes, then indexed at once.
 void lf_readRecords(const pugi::xml_document& doc) {
     const pugi::xml_node section = doc.child("dbase");
-    size_t rows = 0;
-    for (pugi::xml_node node = section.child("db"); node; node = node.next_sibling("db")) ++rows;
-    dbase.records.reserve(rows);
-    for (pugi::xml_node node = section.child("db"); node; node = node.next_sibling("db")) {
-        std::string key = gf_decodeRegcode(node.attribute("reg").value());
+    std::vector<FlatRecordTable<DbaseRecord>::Entry> entries;
+    entries.reserve(kRecordsReserve);
+    for (pugi::xml_node node = section.first_child(); node; node = node.next_sibling()) {
+        if (!lf_isName(node.name(), "db")) continue;
+        const char* reg = "";
+        const char* airl = "";
+        const char* type = "";
+        const char* opr = "";
+        const char* cargo = "";
+        for (const pugi::xml_attribute a : node.attributes()) {
+            const char* name = a.name();
+            if (lf_isName(name, "reg"))
+                reg = a.value();
+            else if (lf_isName(name, "airl"))
+                airl = a.value();
+            else if (lf_isName(name, "type"))
+                type = a.value();
+            else if (lf_isName(name, "opr"))
+                opr = a.value();
+            else if (lf_isName(name, "cargo"))
+                cargo = a.value();
+        }
         DbaseRecord record;
-        record.airl = lf_airlineValue(node.attribute("airl").value());
-        const char* type = node.attribute("type").value();
+        record.airl = lf_airlineValue(airl);
         if (type[0] != '\0') record.type = gf_decodeModel(type);
-        record.opr = lf_airlineValue(node.attribute("opr").value());
-        record.cargo = lf_isTrue(node.attribute("cargo").value());
-        const auto [it, inserted] = dbase.records.try_emplace(std::move(key), std::move(record));
-        if (!inserted) gf_logMarkf("regcode {} already exists", it->first);
+        record.opr = lf_airlineValue(opr);
+        record.cargo = lf_isTrue(cargo);
+        entries.emplace_back(gf_decodeRegcode(reg), std::move(record));
     }
+    for (const std::string& key : dbase.records.assign(std::move(entries)))
+        gf_logMarkf("regcode {} already exists", key);
 }
 
 bool lf_containsNoCase(std::string_view text, std::string_view part) {
@@ -151,7 +178,9 @@ void gf_readDbase() {
     gf_clearDbase();
     const std::string path = folders::dbaseXml.string();
     pugi::xml_document doc;
-    const pugi::xml_parse_result result = doc.load_file(folders::dbaseXml.c_str());
+    // Entity escapes are needed ("<" is a scrambled character); end-of-line and blank conversions are not.
+    const pugi::xml_parse_result result =
+        doc.load_file(folders::dbaseXml.c_str(), pugi::parse_minimal | pugi::parse_escapes);
     if (!result)
         throw zel::UserErrorException(60, fmt::format("\"{}\" not read because of {}", path, result.description()));
 
@@ -203,8 +232,7 @@ std::vector<std::string> lf_regcodeVariants(const std::string& regcode) {
 const DbaseRecord* gf_dbaseFind(const std::string& regcode) {
     if (regcode.empty()) return nullptr;
     for (const std::string& spelling : lf_regcodeVariants(regcode)) {
-        const auto it = dbase.records.find(spelling);
-        if (it != dbase.records.end()) return &it->second;
+        if (const DbaseRecord* r = dbase.records.find(spelling)) return r;
     }
     return nullptr;
 }

@@ -13,6 +13,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "liveries/record_table.h"
+
 enum class ModelCategory : int32_t { Light = 0, Buzjets = 1, Large = 2, Heavy = 3, HighPerf = 4, Rotorcraft = 5 };
 const char* gf_modelCategoryName(ModelCategory c);  // "Light", "Buzjets", ...
 inline constexpr int kModelCategoryCount = 6;
@@ -60,8 +62,8 @@ struct DbaseTables {
     std::map<std::string, double> wingspans;                                               // type code -> half span, nm
     std::array<double, kModelCategoryCount> averageHalfWingspan = kDefaultHalfWingspanNm;  // nm, per category
     double largestHalfWingspan = 0.0;                                                      // nm
-    std::vector<std::vector<std::string>> publishers;      // groups of names; the first is the one used
-    std::unordered_map<std::string, DbaseRecord> records;  // decoded registration -> record
+    std::vector<std::vector<std::string>> publishers;  // groups of names; the first is the one used
+    FlatRecordTable<DbaseRecord> records;              // decoded registration -> record
 };
 extern DbaseTables dbase;  // defined in liveries/dbase.cpp
 // Empties the database. A restart keeps it; tests call this to start from nothing.

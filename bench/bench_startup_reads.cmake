@@ -1,0 +1,1 @@
+add_dependencies(bench_startup_reads zark_install_fixture)
