@@ -422,9 +422,9 @@ TrafficDouble::Answer TrafficDouble::lf_traffic(const std::map<std::string, std:
 }
 
 TrafficDouble::Answer TrafficDouble::lf_answer(const std::string& path, const std::map<std::string, std::string>& form,
-                                               RequestRecord& rec) {
+                                               RequestRecord& rec, bool faultsAllowed) {
     Fault fault;
-    if (lf_takeFault(path, fault)) {
+    if (faultsAllowed && lf_takeFault(path, fault)) {
         switch (fault.kind) {
             case FaultKind::Status:
                 rec.answeredStatus = fault.status;
@@ -435,17 +435,17 @@ TrafficDouble::Answer TrafficDouble::lf_answer(const std::string& path, const st
             case FaultKind::EmptyBody: return {""};
             case FaultKind::BadJson: return {R"({"status":200,"rrl":2000,"data":{"4b1614":[)"};
             case FaultKind::Stall: {
-                Answer a = lf_answer(path, form, rec);
+                Answer a = lf_answer(path, form, rec, false);
                 a.stallMs = fault.stallMs;
                 return a;
             }
             case FaultKind::Drop: {
-                Answer a = lf_answer(path, form, rec);
+                Answer a = lf_answer(path, form, rec, false);
                 a.drop = true;
                 return a;
             }
             case FaultKind::WrongTypes: {
-                Answer a = lf_answer(path, form, rec);
+                Answer a = lf_answer(path, form, rec, false);
                 json j = json::parse(a.body);
                 if (j.contains("data") && j["data"].is_object()) {
                     for (auto& [key, line] : j["data"].items())
@@ -526,7 +526,7 @@ void TrafficDouble::lf_install() {
                 rec.tooFast = it != last.end() && rec.steadyMs - it->second < limit;
                 last[guid] = rec.steadyMs;
             }
-            answer = lf_answer(rec.path, rec.form, rec);
+            answer = lf_answer(rec.path, rec.form, rec, true);
             log_.push_back(rec);
         }
         for (int32_t waited = 0; (answer.stallMs < 0 || waited < answer.stallMs) && !stopping_; waited += 10)

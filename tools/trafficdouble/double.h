@@ -111,7 +111,8 @@ public:
 
 private:
     struct Answer;
-    Answer lf_answer(const std::string& path, const std::map<std::string, std::string>& form, RequestRecord& rec);
+    Answer lf_answer(const std::string& path, const std::map<std::string, std::string>& form, RequestRecord& rec,
+                     bool faultsAllowed);
     Answer lf_traffic(const std::map<std::string, std::string>& form, RequestRecord& rec);
     bool lf_takeFault(const std::string& path, Fault& out);
     void lf_install();

@@ -1,0 +1,406 @@
+// The client against the traffic service double over loopback: login, history and polling, faults and their
+// consequences, weather, logout, pacing. All pauses run on the manual clock; the double stamps requests by it.
+#include <chrono>
+#include <cstdlib>
+#include <regex>
+#include <thread>
+
+#include <gmock/gmock.h>
+
+#include "common/clock.h"
+#include "frame/errors.h"
+#include "frame/lifecycle.h"
+#include "frame/message.h"
+#include "frame/panel.h"
+#include "service/exchange.h"
+#include "service/session.h"
+#include "service/state.h"
+#include "service/traffic.h"
+#include "service/weather.h"
+#include "support/fixture.h"
+#include "tools/trafficdouble/double.h"
+
+using json = nlohmann::json;
+using tdbl::Fault;
+using tdbl::FaultKind;
+
+namespace {
+const tdbl::Scenario& lf_zurich() {
+    static const tdbl::Scenario s = tdbl::gf_zurichScenario(gf_sourceDir());
+    return s;
+}
+
+int64_t lf_nowMs() {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(gf_steadyNow().time_since_epoch()).count();
+}
+
+class ClientTest : public ZarkTest {
+protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+        gf_useManualClock(&clock_);
+        double_ = std::make_unique<tdbl::TrafficDouble>(lf_zurich());
+        double_->start();
+        gf_setServiceBaseUrl(double_->baseUrl());
+        gf_setTransferLimits({});
+        service.accountKey = "TEST-KEY";
+        gf_setQueryPosition(47.458056, 8.548056, 1500);
+        gf_setParkAirport(47.458056, 8.548056, 1417);
+        lf_updateArea();
+    }
+    void TearDown() override {
+        double_->stop();
+        gf_setServiceBaseUrl("");
+        gf_setTransferLimits({});
+        ZarkTest::TearDown();
+    }
+    void login() {
+        gf_rtLogin(weatherClient);
+        ASSERT_FALSE(trafficReader.guid.empty());
+        double_->clearRequests();
+    }
+    Fault fault(const char* path, FaultKind kind, int32_t status = 0, int32_t skip = 0, int32_t count = 1) {
+        Fault f;
+        f.path = path;
+        f.kind = kind;
+        f.status = status;
+        f.skip = skip;
+        f.count = count;
+        f.message = "double says no";
+        return f;
+    }
+    // Intervals between the requests of one side never undercut the limit.
+    static void expectPaced(const std::vector<tdbl::RequestRecord>& requests, int64_t limitMs) {
+        for (size_t i = 1; i < requests.size(); ++i)
+            EXPECT_GE(requests[i].steadyMs - requests[i - 1].steadyMs, limitMs) << "request " << i;
+        for (const auto& r : requests) EXPECT_FALSE(r.tooFast);
+    }
+
+    ManualClock clock_;
+    std::unique_ptr<tdbl::TrafficDouble> double_;
+};
+
+TEST_F(ClientTest, LoginOpensASessionAndWaitsTheWeatherPause) {
+    const int64_t before = lf_nowMs();
+    gf_rtLogin(weatherClient);
+    const auto auth = double_->requests("/v4/auth");
+    ASSERT_EQ(auth.size(), 1u);
+    EXPECT_EQ(auth[0].body, "license=TEST-KEY&software=ZARK_P3D_9.3.0");
+    EXPECT_TRUE(auth[0].askedGzip);
+    EXPECT_FALSE(weatherClient.guid.empty());
+    EXPECT_EQ(trafficReader.guid, weatherClient.guid);
+    EXPECT_TRUE(panel.sessionUp);
+    EXPECT_EQ(weatherClient.rrl, 2000);
+    EXPECT_TRUE(logHas("Authenticated at RT server \"rtwa-double-1\""));
+    EXPECT_EQ(lf_nowMs() - before, 2000);
+}
+
+TEST_F(ClientTest, LoginRefusalsAndTheirConsequences) {
+    service.accountKey = "EXPIRED-KEY";
+    int64_t before = lf_nowMs();
+    try {
+        gf_rtLogin(weatherClient);
+        FAIL() << "no exception";
+    } catch (const zel::UserErrorException& e) {
+        EXPECT_EQ(e.code(), 402);
+    }
+    EXPECT_EQ(lf_nowMs() - before, 2000 + 10000);  // the weather pause, then the ten seconds
+    EXPECT_THAT(gf_messageLine().message, testing::HasSubstr("refused the login with status 402"));
+    EXPECT_FALSE(panel.sessionUp);
+
+    service.accountKey = "TEST-KEY";
+    double_->addFault(fault("/v4/auth", FaultKind::Status, 500));
+    before = lf_nowMs();
+    try {
+        gf_rtLogin(weatherClient);
+        FAIL() << "no exception";
+    } catch (const zel::SysErrorException& e) {
+        EXPECT_EQ(e.code(), 500);
+        EXPECT_THAT(e.what(), testing::HasSubstr("No RT database connection"));
+    }
+    EXPECT_EQ(lf_nowMs() - before, 2000);
+
+    double_->addFault(fault("/v4/auth", FaultKind::Status, 400));
+    EXPECT_NO_THROW(gf_rtLogin(weatherClient));
+    EXPECT_TRUE(trafficReader.guid.empty());
+    int32_t code = -1;
+    EXPECT_FALSE(lf_trafficLoop(trafficReader, code));  // the readers end at once without a GUID
+    EXPECT_TRUE(double_->requests("/v4/traffic").empty());
+
+    gf_setServiceBaseUrl("http://127.0.0.1:1");  // nobody listens
+    EXPECT_NO_THROW(gf_rtLogin(weatherClient));
+    EXPECT_TRUE(trafficReader.guid.empty());
+    EXPECT_TRUE(logHas("Authentication code: "));
+}
+
+TEST_F(ClientTest, HistoryThenPollingHandsOverTheRecordedFlights) {
+    login();
+    {
+        std::lock_guard lock(service.trafficLock);
+        service.acceptTraffic = true;
+    }
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 4));
+    int32_t code = 0;
+    EXPECT_FALSE(lf_trafficLoop(trafficReader, code));
+    EXPECT_EQ(code, 400);
+
+    const auto traffic = double_->requests("/v4/traffic");
+    ASSERT_EQ(traffic.size(), 5u);
+    const std::string box = R"(top=48\.12&bottom=46\.79&left=7\.56&right=9\.53&querytype=locationtraffic&toffset=0)";
+    EXPECT_TRUE(std::regex_match(traffic[0].body, std::regex("GUID=[^&]+&" + box + "&buffercount=5&buffertime=6")))
+        << traffic[0].body;
+    EXPECT_TRUE(std::regex_match(traffic[1].body, std::regex("GUID=[^&]+&" + box))) << traffic[1].body;
+    expectPaced(traffic, 2000);
+
+    std::lock_guard lock(service.trafficLock);
+    EXPECT_FALSE(service.initialLoad.empty());
+    EXPECT_GT(service.liveQueue.size(), 10u);  // four buffered and three live snapshots of Zurich
+    for (const TrafficRecord& r : service.liveQueue) {
+        EXPECT_GE(r.hexid, 0x83c3u);
+        EXPECT_FALSE(r.reg.empty());
+        EXPECT_LE(r.dueTick, 3000 + 10);
+    }
+    EXPECT_GT(trafficReader.lastTrafficTime.load(), 1.7e9);
+}
+
+TEST_F(ClientTest, PollingSurvivesTransientFaults) {
+    login();
+    const FaultKind transient[] = {FaultKind::EmptyBody, FaultKind::BadJson, FaultKind::Status, FaultKind::Drop,
+                                   FaultKind::WrongTypes};
+    int32_t skip = 1;  // the history goes through
+    for (FaultKind k : transient) {
+        double_->addFault(fault("/v4/traffic", k, 406, skip));
+        skip = 0;
+    }
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 500));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    EXPECT_EQ(code, 500);
+    EXPECT_EQ(double_->requests("/v4/traffic").size(), 7u);
+    EXPECT_TRUE(logHas("traffic receive: empty content"));
+    EXPECT_TRUE(logHas("traffic exception: "));
+    EXPECT_TRUE(logHas("curl traffic msg double says no"));
+    EXPECT_TRUE(logHas("curl traffic code_t: "));
+    expectPaced(double_->requests("/v4/traffic"), 2000);
+}
+
+TEST_F(ClientTest, ReaderThreadEndsByStatus) {
+    struct Case {
+        FaultKind kind;
+        int32_t status;
+        const char* logged;
+        bool restart;
+    };
+    const Case cases[] = {{FaultKind::Status, 401, "re-authentication to RT API is needed, restart ZARK_P3D", true},
+                          {FaultKind::Status, 400, "Traffic RT API: parameter fault", false},
+                          {FaultKind::Status, 404, "Traffic RT API error: 404", false},
+                          {FaultKind::NoStatus, 0, "Traffic RT API error: 100", false},
+                          {FaultKind::TextStatus, 0, "Traffic RT API error: 100", false}};
+    login();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.logged);
+        exitRequests_.clear();
+        run.readerStopped = false;
+        weatherClient.stopRequested = false;
+        double_->addFault(fault("/v4/traffic", c.kind, c.status, /*skip*/ 1));
+        gf_trafficReaderThread();
+        EXPECT_TRUE(logHas(c.logged));
+        EXPECT_EQ(panel.trafficLamp, 3);
+        EXPECT_TRUE(weatherClient.stopRequested);
+        EXPECT_THAT(gf_messageLine().message, testing::HasSubstr("The WeatherReader has stopped with an error"));
+        if (c.restart)
+            EXPECT_THAT(exitRequests_, testing::ElementsAre(std::make_pair(2, 15)));
+        else
+            EXPECT_TRUE(run.readerStopped);
+        EXPECT_EQ(run.activeThreads, 0);
+    }
+}
+
+TEST_F(ClientTest, UnknownGuidIsRefusedLikeTheService) {
+    login();
+    trafficReader.guid = "not-a-session";
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    EXPECT_EQ(code, 401);
+}
+
+TEST_F(ClientTest, StopRequestEndsAStalledTransfer) {
+    login();
+    Fault stall = fault("/v4/traffic", FaultKind::Stall, 0, /*skip*/ 1);
+    stall.stallMs = -1;  // until the double stops
+    double_->addFault(stall);
+    int32_t code = 0;
+    std::thread reader([&] { lf_trafficLoop(trafficReader, code); });
+    while (double_->requests("/v4/traffic").size() < 2) std::this_thread::yield();
+    trafficReader.stopRequested = true;
+    reader.join();
+    EXPECT_EQ(code, 9999);
+}
+
+// libcurl needs about 7 s of real time to see a stall even with a 1 s limit: run with ZARK_SLOW_TESTS=1.
+TEST_F(ClientTest, LowSpeedLimitAbandonsAStalledAnswer) {
+    if (std::getenv("ZARK_SLOW_TESTS") == nullptr) GTEST_SKIP() << "set ZARK_SLOW_TESTS=1 to run";
+    login();
+    gf_setTransferLimits({.connectTimeoutS = 2, .lowSpeedLimit = 1, .lowSpeedTimeS = 1});
+    Fault stall = fault("/v4/traffic", FaultKind::Stall, 0, /*skip*/ 1);
+    stall.stallMs = -1;
+    double_->addFault(stall);
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    EXPECT_EQ(code, 400);
+    EXPECT_TRUE(logHas("curl traffic code_t: Timeout was reached"));
+}
+
+TEST_F(ClientTest, EmptyHistoryIsNoErrorAndSnapshotsFollow) {
+    login();
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 406));
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 1));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    EXPECT_TRUE(logHas(" buffer traffic msg double says no"));
+    EXPECT_TRUE(logHas("buffer failed 406"));
+    std::lock_guard lock(service.trafficLock);
+    EXPECT_FALSE(service.liveQueue.empty());
+}
+
+// --- weather ---
+
+class WeatherTest : public ClientTest {
+protected:
+    // One good round with this QNH, then the weather answer 404 ends the loop.
+    int32_t qnhAfterOneRound(json qnh) {
+        double_->setWeather({{"ICAO", "LSZH"}, {"QNH", qnh}});
+        double_->addFault(fault("/v4/weather", FaultKind::Status, 404, /*skip*/ 1));
+        weatherClient.stopRequested = false;
+        int32_t code = 0;
+        lf_weatherLoop(weatherClient, code);
+        EXPECT_EQ(code, 404);
+        return service.qnh;
+    }
+};
+
+TEST_F(WeatherTest, PressureInEveryFormTheServiceSends) {
+    login();
+    EXPECT_EQ(qnhAfterOneRound(2992), 1013);
+    EXPECT_EQ(qnhAfterOneRound("1009"), 1009);
+    EXPECT_EQ(service.engineQnh, 1009);
+    EXPECT_EQ(panel.qnhShown, 1009);
+    EXPECT_EQ(qnhAfterOneRound(1008.6), 1009);
+    EXPECT_EQ(qnhAfterOneRound(29.92), 1009);
+    EXPECT_TRUE(logHas("Strange QNH 30 found in "));
+    EXPECT_EQ(qnhAfterOneRound(1081), 1009);
+    EXPECT_TRUE(logHas("Strange QNH 366 found in "));
+    EXPECT_EQ(qnhAfterOneRound(1080), 1080);
+    EXPECT_EQ(qnhAfterOneRound("abc"), 1013);  // the reading counts as 1013
+    EXPECT_TRUE(logHas("QNH string invalid arg: "));
+    EXPECT_EQ(qnhAfterOneRound("99999999999"), 1013);
+    EXPECT_TRUE(logHas("QNH string out of range: "));
+    EXPECT_EQ(qnhAfterOneRound(nullptr), 1013);
+    EXPECT_TRUE(logHas("No QNH found in "));
+
+    const auto weather = double_->requests("/v4/weather");
+    ASSERT_FALSE(weather.empty());
+    EXPECT_TRUE(std::regex_match(weather[0].body,
+                                 std::regex("GUID=[^&]+&querytype=locwx&toffset=0&lat=47\\.4581&lon=8\\.5481&alt=1500&"
+                                            "airports=LSZH")))
+        << weather[0].body;
+    EXPECT_TRUE(std::regex_match(double_->requests("/v4/nearestmetar")[0].body,
+                                 std::regex("GUID=[^&]+&toffset=0&lat=47\\.4581&lon=8\\.5481")));
+}
+
+TEST_F(WeatherTest, RoundsArePacedAndFailuresCostOnlyTheirRound) {
+    login();
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 500));
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 404));
+    double_->addFault(fault("/v4/weather", FaultKind::EmptyBody));
+    double_->addFault(fault("/v4/weather", FaultKind::Status, 406));
+    double_->addFault(fault("/v4/weather", FaultKind::Status, 400, /*skip*/ 1));
+    int32_t code = 0;
+    lf_weatherLoop(weatherClient, code);
+    EXPECT_EQ(code, 400);
+    EXPECT_TRUE(logHas("500 json nearestmetar double says no"));
+    EXPECT_TRUE(logHas("Empty content?, no QNH to be found"));
+    EXPECT_TRUE(logHas("406 json weather double says no"));
+    EXPECT_EQ(double_->requests("/v4/nearestmetar").size(), 6u);  // two rounds lost, one good, two failed
+    EXPECT_EQ(double_->requests("/v4/weather").size(), 4u);
+    std::vector<tdbl::RequestRecord> side;
+    for (const auto& r : double_->requests())
+        if (r.path != "/v4/traffic") side.push_back(r);
+    expectPaced(side, 2000);
+}
+
+TEST_F(WeatherTest, ThreadEndsAndLampsFollow) {
+    login();
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
+    gf_weatherReaderThread();
+    EXPECT_EQ(service.qnh, 1013);
+    EXPECT_TRUE(logHas("re-authentication to RT API is needed, restart ZARK_P3D"));
+    EXPECT_THAT(exitRequests_, testing::ElementsAre(std::make_pair(2, 15)));
+    EXPECT_TRUE(trafficReader.stopRequested);
+    EXPECT_EQ(panel.weatherLamp, 3);
+
+    trafficReader.stopRequested = false;
+    weatherClient.stopRequested = false;
+    double_->addFault(fault("/v4/weather", FaultKind::Status, 400));
+    gf_weatherReaderThread();
+    EXPECT_TRUE(logHas("Weather RT API: parameter fault"));
+    EXPECT_TRUE(run.readerStopped);
+
+    service.weatherOk = true;
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 1);
+    service.weatherOk = false;
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 2);
+}
+
+TEST_F(ClientTest, TrafficLampFollowsTheLastSnapshot) {
+    panel.sessionUp = true;
+    panel.trafficLamp = 1;
+    trafficReader.liveCount = 0;
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 2);
+    trafficReader.liveCount = 4;
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 1);
+    panel.trafficLamp = 3;
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 3);  // a stopped reader stays off
+}
+
+// --- logout ---
+
+TEST_F(ClientTest, LogoutEndsTheSessionOnce) {
+    gf_rtLogout();
+    EXPECT_TRUE(double_->requests("/v4/deauth").empty());  // no session, nothing sent
+    login();
+    const std::string guid = trafficReader.guid;
+    gf_rtLogout();
+    const auto deauth = double_->requests("/v4/deauth");
+    ASSERT_EQ(deauth.size(), 1u);
+    EXPECT_EQ(deauth[0].body, "GUID=" + guid);
+    EXPECT_FALSE(panel.sessionUp);
+    EXPECT_TRUE(trafficReader.guid.empty());
+    EXPECT_TRUE(logHas("Session closed RT server \"rtwa-double-1\""));
+
+    trafficReader.guid = guid;  // the service forgot it: refused
+    gf_rtLogout();
+    EXPECT_TRUE(logHas("Deauthentication failed, status: 401"));
+}
+
+TEST_F(ClientTest, TimeShiftReachesTheRequests) {
+    login();
+    trafficReader.toffset = 90;
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 1));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    const auto traffic = double_->requests("/v4/traffic");
+    ASSERT_EQ(traffic.size(), 2u);
+    EXPECT_EQ(traffic[1].form.at("toffset"), "90");
+    std::lock_guard lock(service.trafficLock);
+    ASSERT_FALSE(service.liveQueue.empty());
+    const double now = std::chrono::duration<double>(gf_utcNow().time_since_epoch()).count();
+    EXPECT_NEAR(service.liveQueue.back().timestamp, now - 90 * 60, 40.0);
+}
+}  // namespace
