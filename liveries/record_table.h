@@ -5,6 +5,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -46,7 +47,7 @@ public:
         for (size_t e = 0; e < n; ++e) hashes[e] = std::hash<std::string_view>{}(entries[e].first);
 
         // Stable counting sort of the entries by the top bits of their home slot.
-        const size_t shift = slots > 4096 ? __builtin_ctzll(slots) - 12 : 0;
+        const size_t shift = slots > 4096 ? static_cast<size_t>(std::countr_zero(slots)) - 12 : 0;
         std::vector<uint32_t> start((slots >> shift) + 1, 0);
         for (size_t e = 0; e < n; ++e) ++start[((hashes[e] & (slots - 1)) >> shift) + 1];
         for (size_t b = 1; b < start.size(); ++b) start[b] += start[b - 1];

@@ -1,0 +1,43 @@
+// The data tool gives the same bytes for the same data, and refuses bad calls with a clear message.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include <fmt/format.h>
+
+#include "support/fixture.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class MkdataTest : public ZarkTest {
+protected:
+    int run(const std::string& args) {
+        const std::string cmd =
+            fmt::format("\"{}\" {} > mkdata.out 2>&1", (gf_binaryDir() / "tools/mkdata/mkdata").string(), args);
+        const int status = std::system(cmd.c_str());
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+};
+
+}  // namespace
+
+TEST_F(MkdataTest, TheSameDataGiveByteIdenticalFiles) {
+    ASSERT_EQ(run(fmt::format("\"{}\" fresh", (gf_sourceDir() / "data").string())), 0) << readFile("mkdata.out");
+    for (const char* f : {"dbase.xml", "airports_p3d.xml", "fixes.xml"}) {
+        SCOPED_TRACE(f);
+        const std::string made = readFile(fs::path("fresh") / f);
+        EXPECT_GT(made.size(), 500u);
+        EXPECT_TRUE(made == readFile(gf_binaryDir() / "install" / "input" / f));
+    }
+}
+
+TEST_F(MkdataTest, BadCallsAreRefusedWithAMessage) {
+    EXPECT_EQ(run(""), 2);
+    EXPECT_NE(readFile("mkdata.out").find("usage: mkdata <data folder> <output folder>"), std::string::npos);
+    EXPECT_EQ(run("no-such-folder out"), 1);
+    EXPECT_NE(readFile("mkdata.out").find("mkdata: cannot open no-such-folder/aircraft_types.csv"), std::string::npos);
+    EXPECT_FALSE(fs::exists("out/dbase.xml"));
+}
