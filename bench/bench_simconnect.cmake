@@ -1,0 +1,1 @@
+target_link_libraries(bench_simconnect PRIVATE simdouble_core)
