@@ -10,7 +10,8 @@ RegistryReader g_registryOverride = nullptr;
 }  // namespace
 
 std::filesystem::path gf_platformAppDataDefault();  // implemented per system
-std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName);
+std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName,
+                                                   RegistryHive hive);
 
 void gf_setAppDataOverride(const std::filesystem::path& folder) {
     std::lock_guard lock(g_overrideLock);
@@ -30,12 +31,13 @@ void gf_setRegistryOverride(RegistryReader reader) {
     g_registryOverride = reader;
 }
 
-std::optional<std::string> gf_readRegistryString(const std::string& subKey, const std::string& valueName) {
+std::optional<std::string> gf_readRegistryString(const std::string& subKey, const std::string& valueName,
+                                                 RegistryHive hive) {
     RegistryReader reader;
     {
         std::lock_guard lock(g_overrideLock);
         reader = g_registryOverride;
     }
     if (reader) return reader(subKey, valueName);
-    return gf_platformReadRegistry(subKey, valueName);
+    return gf_platformReadRegistry(subKey, valueName, hive);
 }

@@ -62,10 +62,12 @@ void gf_setAppDataOverride(const std::filesystem::path& folder);  // empty path 
 // The user's documents folder (CSIDL_PERSONAL; $HOME on Linux).
 std::filesystem::path gf_documentsFolder();
 
-// A string value under HKEY_LOCAL_MACHINE\subKey (64-bit view). nullopt if the key does not open.
-// An empty string if the key opens and the value is missing. Linux has no registry: always nullopt.
-// A test may install a fake registry with gf_setRegistryOverride.
-std::optional<std::string> gf_readRegistryString(const std::string& subKey, const std::string& valueName);
+// A string value under HKEY_LOCAL_MACHINE\subKey or HKEY_CURRENT_USER\subKey (64-bit view). nullopt if
+// the key does not open. An empty string if the key opens and the value is missing. Linux has no registry:
+// always nullopt. A test may install a fake registry with gf_setRegistryOverride.
+enum class RegistryHive { LocalMachine, CurrentUser };
+std::optional<std::string> gf_readRegistryString(const std::string& subKey, const std::string& valueName,
+                                                 RegistryHive hive = RegistryHive::LocalMachine);
 using RegistryReader = std::optional<std::string> (*)(const std::string&, const std::string&);
 void gf_setRegistryOverride(RegistryReader reader);  // nullptr restores the system's registry
 

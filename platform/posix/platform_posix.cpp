@@ -20,7 +20,9 @@ std::filesystem::path gf_documentsFolder() {
 }
 
 // Linux has no registry: every key counts as absent.
-std::optional<std::string> gf_platformReadRegistry(const std::string&, const std::string&) { return std::nullopt; }
+std::optional<std::string> gf_platformReadRegistry(const std::string&, const std::string&, RegistryHive) {
+    return std::nullopt;
+}
 
 void gf_timerResolutionBegin() {}
 void gf_timerResolutionEnd() {}
@@ -62,8 +64,8 @@ std::u16string gf_utf8ToUtf16(std::string_view s) {
     auto bad = [] { throw win32::Utf8ConversionException(kInvalidUtf8Text, kNoUnicodeTranslation); };
     while (i < s.size()) {
         const auto c = static_cast<unsigned char>(s[i]);
-        uint32_t cp;
-        size_t len;
+        uint32_t cp = 0;
+        size_t len = 1;
         if (c < 0x80) {
             cp = c;
             len = 1;

@@ -28,10 +28,12 @@ std::filesystem::path lf_knownFolder(int csidl) {
 std::filesystem::path gf_platformAppDataDefault() { return lf_knownFolder(CSIDL_APPDATA); }
 std::filesystem::path gf_documentsFolder() { return lf_knownFolder(CSIDL_PERSONAL); }
 
-std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName) {
+std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName,
+                                                   RegistryHive hive) {
     HKEY key = nullptr;
     // 0x20119: KEY_READ | KEY_WOW64_64KEY
-    if (RegOpenKeyExW(HKEY_LOCAL_MACHINE, lf_wide(subKey).c_str(), 0, 0x20119, &key) != ERROR_SUCCESS)
+    const HKEY root = hive == RegistryHive::CurrentUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
+    if (RegOpenKeyExW(root, lf_wide(subKey).c_str(), 0, 0x20119, &key) != ERROR_SUCCESS)
         return std::nullopt;
     const std::wstring name = lf_wide(valueName);
     DWORD bytes = 0;

@@ -110,7 +110,7 @@ struct ConnectStep {
 std::unique_ptr<Transport> lf_connect(const SimConnectConfig& cfg, Session& s, std::vector<std::string>& tried) {
     const bool local = cfg.address.empty() || cfg.address == ".";
     auto registryPort = [](const char* value) -> std::string {
-        auto v = gf_readRegistryString("SOFTWARE\\Lockheed Martin\\Prepar3D v5", value);
+        auto v = gf_readRegistryString("SOFTWARE\\Lockheed Martin\\Prepar3D v5", value, RegistryHive::CurrentUser);
         return v ? *v : std::string();
     };
     std::vector<ConnectStep> chain;
