@@ -142,7 +142,7 @@ void gf_migrateParameters() {
 void lf_detectSim() {
     const char* keys[] = {"SOFTWARE\\Lockheed Martin\\Prepar3D v4", "SOFTWARE\\Lockheed Martin\\Prepar3D v5",
                           "SOFTWARE\\Lockheed Martin\\Prepar3D v6"};
-    bool present[3];
+    bool present[3] = {false, false, false};
     for (int i = 0; i < 3; ++i) present[i] = gf_readRegistryString(keys[i], "SetupPath").has_value();
     const bool v4 = present[0], v5 = present[1], v6 = present[2];
     if (v5 && v6)
