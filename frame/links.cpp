@@ -1,8 +1,17 @@
 // How the frame reaches the other subsystems. Each call forwards to the subsystem that owns the work.
 #include "frame/links.h"
 
+#include <mutex>
+#include <thread>
 #include "frame/panel.h"
+
+#include "frame/mainloop.h"
 #include "liveries/dbase.h"
+#include "service/client.h"
+#include "service/session.h"
+#include "service/state.h"
+#include "service/traffic.h"
+#include "service/weather.h"
 #include "simlink/queues.h"
 #include "simlink/state.h"
 #include "simlink/user.h"
@@ -10,6 +19,7 @@
 namespace links {
 
 Answers answers;
+int64_t offeredRecords = 0;
 
 namespace {
 std::vector<std::string>* g_trace = nullptr;
@@ -88,37 +98,79 @@ void resetSimlinkForRestart() {
 }
 
 // --- traffic service ---
-void computeQueryBox() { lf_trace("computeQueryBox"); }
-void setQueryPosition(LatLon) { lf_trace("setQueryPosition"); }
+void computeQueryBox() {
+    lf_trace("computeQueryBox");
+    lf_updateArea();
+}
+void setQueryPosition(LatLon p) {
+    lf_trace("setQueryPosition");
+    gf_setQueryPosition(p.lat, p.lon, user.userSnapshot.altitude);
+}
 bool rtLogin() {
     lf_trace("rtLogin");
-    return false;
+    gf_rtLogin(weatherClient);  // a refusal throws: the run ends with "SYSTEM ERROR"
+    return true;
 }
-void rtLogout() { lf_trace("rtLogout"); }
+void rtLogout() {
+    lf_trace("rtLogout");
+    gf_rtLogout();
+}
 bool sessionExists() {
     lf_trace("sessionExists");
-    return false;
+    return panel.sessionUp.load() || !trafficReader.guid.empty();
 }
-void stopReaders() { lf_trace("stopReaders"); }
-void startWeatherReader() { lf_trace("startWeatherReader"); }
-void startTrafficReader() { lf_trace("startTrafficReader"); }
+void stopReaders() {
+    lf_trace("stopReaders");
+    weatherClient.stopRequested = true;
+    trafficReader.stopRequested = true;
+}
+void startWeatherReader() {
+    lf_trace("startWeatherReader");
+    std::thread(gf_weatherReaderThread).detach();
+}
+void startTrafficReader() {
+    lf_trace("startTrafficReader");
+    std::thread(gf_trafficReaderThread).detach();
+}
 int32_t shownQnh() {
     lf_trace("shownQnh");
-    return 0;
+    return panel.qnhShown.load();
 }
 int64_t lastSnapshotTime() {
     lf_trace("lastSnapshotTime");
-    return 0;
+    return static_cast<int64_t>(trafficReader.lastTrafficTime.load());
 }
-void setTimeShiftMinutes(int32_t) { lf_trace("setTimeShiftMinutes"); }
-void updateWeatherLamps() { lf_trace("updateWeatherLamps"); }
-void setAcceptTraffic(bool) { lf_trace("setAcceptTraffic"); }
+void setTimeShiftMinutes(int32_t minutes) {
+    lf_trace("setTimeShiftMinutes");
+    trafficReader.toffset = minutes;
+    weatherClient.toffset = minutes;
+}
+void updateWeatherLamps() {
+    lf_trace("updateWeatherLamps");
+    gf_weatherLamps();
+    gf_trafficLamps();
+}
+void setAcceptTraffic(bool accept) {
+    lf_trace("setAcceptTraffic");
+    std::lock_guard lock(service.trafficLock);
+    service.acceptTraffic = accept;
+}
 void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
-void resetReaders() { lf_trace("resetReaders"); }
-void setAccountKey(const std::string&) { lf_trace("setAccountKey"); }
+void resetReaders() {
+    lf_trace("resetReaders");
+    gf_resetReaders();
+}
+void setAccountKey(const std::string& key) {
+    lf_trace("setAccountKey");
+    service.accountKey = key;
+}
 
 // --- live traffic engine: the tables are empty until the engine comes ---
-void reserveTables() { lf_trace("reserveTables"); }
+void reserveTables() {
+    lf_trace("reserveTables");
+    // Traffic records are due in slices of the engine.
+    service.sliceNow = [] { return static_cast<int32_t>(loop.slice); };
+}
 void drainSimEvents() {
     lf_trace("drainSimEvents");
     // No aircraft of ours is in the simulator yet: the reports have no one to go to.
@@ -133,7 +185,16 @@ bool createNextLive() {
 }
 void createNextStatic() { lf_trace("createNextStatic"); }
 void placeNextStatic() { lf_trace("placeNextStatic"); }
-void workTrafficBuffer() { lf_trace("workTrafficBuffer"); }
+void workTrafficBuffer() {
+    lf_trace("workTrafficBuffer");
+    // The records of each snapshot are offered at the start of the next slice. Until the engine admits
+    // aircraft they are counted and let go, so that a long run does not hoard them.
+    offeredRecords += static_cast<int64_t>(gf_drainLiveQueue());
+    service.offered.clear();
+    std::lock_guard lock(service.trafficLock);
+    offeredRecords += static_cast<int64_t>(service.initialLoad.size());
+    service.initialLoad.clear();
+}
 void queueReadyForCreation() { lf_trace("queueReadyForCreation"); }
 bool anyAircraftLanding() {
     lf_trace("anyAircraftLanding");

@@ -25,6 +25,8 @@ struct Answers {
     std::optional<bool> renewParking;
 };
 extern Answers answers;
+// Traffic records offered to the engine in this process.
+extern int64_t offeredRecords;
 
 // --- simulator link ---
 void startSimClient();  // stops and joins a previous SimClient first
