@@ -5,8 +5,10 @@
 #include <thread>
 #include "frame/panel.h"
 
+#include "airports/airport_table.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
+#include "liveries/fixes.h"
 #include "service/client.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -20,6 +22,7 @@ namespace links {
 
 Answers answers;
 int64_t offeredRecords = 0;
+bool databaseRead = false;
 
 namespace {
 std::vector<std::string>* g_trace = nullptr;
@@ -249,8 +252,18 @@ void clearHexidLiveries() { lf_trace("clearHexidLiveries"); }
 void clearNotCreatedNames() { lf_trace("clearNotCreatedNames"); }
 
 // --- data at start ---
-void readDatabaseOnce() { lf_trace("readDatabaseOnce"); }
-void readAirportTable() { lf_trace("readAirportTable"); }
+void readDatabaseOnce() {
+    lf_trace("readDatabaseOnce");
+    // A restart keeps the database and the fixes of the first run of the process.
+    if (databaseRead) return;
+    gf_readDbase();
+    gf_readFixes();
+    databaseRead = true;
+}
+void readAirportTable() {
+    lf_trace("readAirportTable");
+    gf_readAirports();
+}
 void dailyDataCheck() {
     lf_trace("dailyDataCheck");
     readDatabaseOnce();

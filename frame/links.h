@@ -27,6 +27,8 @@ struct Answers {
 extern Answers answers;
 // Traffic records offered to the engine in this process.
 extern int64_t offeredRecords;
+// The database and the fixes are read once per process; a test clears this to read them again.
+extern bool databaseRead;
 
 // --- simulator link ---
 void startSimClient();  // stops and joins a previous SimClient first

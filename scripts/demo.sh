@@ -1,28 +1,77 @@
 #!/usr/bin/env bash
-# The main job: builds ZARK_P3D and runs it in a fresh install folder under build/.
+# The main job: builds ZARK_P3D and its two test doubles, lays out a fresh install folder with the
+# generated real-world data, and runs the program against a simulated Prepar3D v5 (a user aircraft
+# standing at stand A15 of Zurich) and a traffic service replaying recorded Zurich flights.
+# It closes the program like the close button does and prints what happened.
+#   scripts/demo.sh [--seconds N]     (default 120)
 set -euo pipefail
 cd "$(dirname "$0")/.."
+repo=$PWD
+
+seconds=120
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --seconds) seconds="$2"; shift 2 ;;
+    *) echo "usage: scripts/demo.sh [--seconds N]" >&2; exit 2 ;;
+  esac
+done
 
 bash scripts/setup.sh
 jobs=$(nproc 2>/dev/null || echo 2)
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$jobs" --target ZARK_P3D
+cmake --build build -j"$jobs" --target ZARK_P3D simdouble trafficdouble_server zark_install_fixture
 
-install_dir="$PWD/build/demo-install"
+install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
-mkdir -p "$install_dir/docs" "$install_dir/input"
-if [ -d build/install/input ]; then cp -r build/install/input/. "$install_dir/input/"; fi
+mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
+cp -r build/install/input/. "$install_dir/input/"
 export XDG_CONFIG_HOME="$install_dir/appdata"
-mkdir -p "$XDG_CONFIG_HOME"
 
-cd "$install_dir"
-echo "== first start in $install_dir =="
-"$OLDPWD/build/ZARK_P3D" || true
-echo "== second start (the log rotates) =="
-"$OLDPWD/build/ZARK_P3D" || true
+# Free loopback ports for the two doubles.
+port_of() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1]); s.close()'; }
+sim_port=$(port_of)
+rt_port=$(port_of)
 
-echo
-echo "Log.txt:";            head -n 12 Log.txt
-echo "...";                 echo
-echo "Log0.txt (previous run) exists: $([ -f Log0.txt ] && echo yes || echo no)"
-echo "parameters.xml: $XDG_CONFIG_HOME/ZARK_P3D/parameters.xml ($(grep -c '<parameter ' "$XDG_CONFIG_HOME/ZARK_P3D/parameters.xml") parameters)"
+cat > "$install_dir/SimConnect.cfg" <<CFG
+[SimConnect]
+Protocol=IPv4
+Address=127.0.0.1
+Port=$sim_port
+CFG
+echo '{"license": "demo-license-key"}' > "$install_dir/RealTrafficKey.json"
+cat > "$install_dir/appdata/ZARK_P3D/parameters.xml" <<XML
+<?xml version="1.0"?>
+<parameters>
+	<parameter name="SIM_INSTALL_PATH" value="$install_dir/Prepar3D v5" />
+</parameters>
+XML
+
+cleanup() {
+  [ -n "${zark_pid:-}" ] && kill "$zark_pid" 2>/dev/null || true
+  [ -n "${sim_pid:-}" ] && kill "$sim_pid" 2>/dev/null || true
+  [ -n "${rt_pid:-}" ] && kill "$rt_pid" 2>/dev/null || true
+}
+trap cleanup EXIT
+
+build/tools/simdouble/simdouble --scenario data/demo/simulator_lszh.json --port "$sim_port" \
+  --export "$install_dir/simulator-record.json" > "$install_dir/simdouble.out" 2>&1 &
+sim_pid=$!
+build/tools/trafficdouble/trafficdouble --port "$rt_port" --scenario data/tracks/LSZH_scenario.json \
+  > "$install_dir/trafficdouble.out" 2>&1 &
+rt_pid=$!
+sleep 1
+
+echo "== ZARK_P3D runs for $seconds s in $install_dir =="
+(cd "$install_dir" && ZARK_RT_URL="http://127.0.0.1:$rt_port" exec "$repo/build/ZARK_P3D") &
+zark_pid=$!
+sleep "$seconds"
+echo "== closing ZARK_P3D (close button) =="
+kill -INT "$zark_pid"
+for _ in $(seq 1 300); do kill -0 "$zark_pid" 2>/dev/null || break; sleep 0.1; done
+if kill -0 "$zark_pid" 2>/dev/null; then echo "ZARK_P3D did not end within 30 s" >&2; exit 1; fi
+wait "$zark_pid" && zark_rc=0 || zark_rc=$?
+zark_pid=""
+kill -INT "$sim_pid"; wait "$sim_pid" || true; sim_pid=""
+kill "$rt_pid"; wait "$rt_pid" 2>/dev/null || true; rt_pid=""
+
+echo "rc=$zark_rc"

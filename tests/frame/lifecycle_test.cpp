@@ -152,7 +152,9 @@ class StartTest : public ExitTest {
 protected:
     void SetUp() override {
         ExitTest::SetUp();
-        fs::create_directories("input");  // the installer's folder
+        // The installer's input folder, with the data the build generated from public sources.
+        fs::copy(gf_binaryDir() / "install" / "input", "input", fs::copy_options::recursive);
+        links::databaseRead = false;
     }
 };
 
