@@ -258,6 +258,8 @@ void FinalExit(int32_t seconds) {
         run.exitInProgress = true;
         const int32_t reason = run.exitReason.load();
         gf_logLine(fmt::format("Exiting: {}", gf_exitReasonName(reason)));
+        gf_logLine(fmt::format("This run served {} tick{} and offered {} traffic record{}", loop.tickCount,
+                               gf_plural(loop.tickCount), links::offeredRecords, gf_plural(links::offeredRecords)));
         if (reason == kExitRestart) gf_showMessage("Prepare for a restart ...", true);
         if (links::sessionExists()) {
             links::stopReaders();

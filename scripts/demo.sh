@@ -72,6 +72,7 @@ if kill -0 "$zark_pid" 2>/dev/null; then echo "ZARK_P3D did not end within 30 s"
 wait "$zark_pid" && zark_rc=0 || zark_rc=$?
 zark_pid=""
 kill -INT "$sim_pid"; wait "$sim_pid" || true; sim_pid=""
+curl -s "http://127.0.0.1:$rt_port/control/requests" > "$install_dir/traffic-requests.json" || true
 kill "$rt_pid"; wait "$rt_pid" 2>/dev/null || true; rt_pid=""
 
-echo "rc=$zark_rc"
+python3 scripts/demo_summary.py "$install_dir" "$zark_rc"

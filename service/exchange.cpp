@@ -67,9 +67,12 @@ CURLcode lf_postForm(RtClient& client, std::string_view path, const std::string&
     curl_easy_setopt(h, CURLOPT_LOW_SPEED_LIMIT, limits.lowSpeedLimit);
     curl_easy_setopt(h, CURLOPT_LOW_SPEED_TIME, limits.lowSpeedTimeS);
     curl_easy_setopt(h, CURLOPT_NOSIGNAL, 1L);  // time-outs in a worker thread must not raise signals
-    curl_easy_setopt(h, CURLOPT_XFERINFOFUNCTION, lf_progress);
-    curl_easy_setopt(h, CURLOPT_XFERINFODATA, &client);
-    curl_easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
+    // The logout is asked for after the readers were told to stop: a stop request must not cut it off.
+    if (path != "/v4/deauth") {
+        curl_easy_setopt(h, CURLOPT_XFERINFOFUNCTION, lf_progress);
+        curl_easy_setopt(h, CURLOPT_XFERINFODATA, &client);
+        curl_easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
+    }
     const CURLcode result = curl_easy_perform(h);
     curl_easy_cleanup(h);
     client.handle = nullptr;

@@ -151,6 +151,8 @@ bool lf_trafficLoop(TrafficReader& reader, int32_t& code) {
             const CURLcode transfer = lf_postForm(reader, "/v4/traffic", body, reader.answer);
             if (transfer == CURLE_FAILED_INIT) {
                 gf_logLine("curl init error ?");
+            } else if (transfer == CURLE_ABORTED_BY_CALLBACK) {
+                // the reader was told to stop: nothing went wrong
             } else if (transfer != CURLE_OK) {
                 gf_logf("{} curl traffic code_t: {}", gf_exchangeTime(), curl_easy_strerror(transfer));
             } else if (reader.answer.empty()) {

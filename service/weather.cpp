@@ -122,6 +122,8 @@ bool lf_weatherLoop(RtClient& client, int32_t& code) {
                 if (transfer == CURLE_FAILED_INIT) {
                     gf_logMark("curl init error ?");
                     service.weatherOk = false;
+                } else if (transfer == CURLE_ABORTED_BY_CALLBACK) {
+                    service.weatherOk = false;  // the reader was told to stop: nothing went wrong
                 } else if (transfer != CURLE_OK || client.answer.empty()) {
                     if (transfer != CURLE_OK)
                         gf_logMarkf("{} weather code_w: {}", gf_exchangeTime(), curl_easy_strerror(transfer));
