@@ -1,2 +1,3 @@
-# The start of a run reads the generated real data of the install fixture.
-add_dependencies(test_frame zark_install_fixture)
+# The start of a run reads the generated real data of the install fixture; the end-to-end test runs the
+# program and both doubles as the user's machine would.
+add_dependencies(test_frame zark_install_fixture ZARK_P3D simdouble trafficdouble_server)

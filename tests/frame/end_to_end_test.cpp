@@ -1,0 +1,182 @@
+// The real executable against both doubles over loopback: a short run from start to the close button.
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <thread>
+
+#include "support/fixture.h"
+
+extern char** environ;
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+namespace {
+
+int lf_freePort() {
+    const int s = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a);
+    socklen_t len = sizeof a;
+    ::getsockname(s, reinterpret_cast<sockaddr*>(&a), &len);
+    ::close(s);
+    return ntohs(a.sin_port);
+}
+
+std::string lf_read(const fs::path& p) {
+    std::ifstream in(p, std::ios::binary);
+    std::stringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+// Starts a program in `dir` with extra environment entries; its output goes to `out`.
+pid_t lf_spawn(const fs::path& dir, const std::vector<std::string>& args, const std::vector<std::string>& env,
+               const fs::path& out) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        ::chdir(dir.c_str());
+        FILE* f = std::fopen(out.c_str(), "w");
+        if (f) {
+            ::dup2(fileno(f), 1);
+            ::dup2(fileno(f), 2);
+        }
+        for (const std::string& e : env) ::putenv(const_cast<char*>(e.c_str()));
+        std::vector<char*> argv;
+        for (const std::string& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+        argv.push_back(nullptr);
+        ::execv(argv[0], argv.data());
+        _exit(127);
+    }
+    return pid;
+}
+
+int lf_waitExit(pid_t pid, std::chrono::seconds limit) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    int status = 0;
+    while (std::chrono::steady_clock::now() < end) {
+        if (::waitpid(pid, &status, WNOHANG) == pid) return WIFEXITED(status) ? WEXITSTATUS(status) : -2;
+        std::this_thread::sleep_for(50ms);
+    }
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, &status, 0);
+    return -3;
+}
+
+}  // namespace
+
+TEST(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
+    const fs::path bin = gf_binaryDir();
+    const fs::path zark = bin / "ZARK_P3D";
+    const fs::path simdouble = bin / "tools" / "simdouble" / "simdouble";
+    const fs::path trafficdouble = bin / "tools" / "trafficdouble" / "trafficdouble";
+    for (const fs::path& p : {zark, simdouble, trafficdouble}) ASSERT_TRUE(fs::exists(p)) << p;
+
+    const fs::path dir = fs::temp_directory_path() / ("zark-e2e-" + std::to_string(::getpid()));
+    fs::remove_all(dir);
+    fs::create_directories(dir / "docs");
+    fs::create_directories(dir / "appdata" / "ZARK_P3D");
+    fs::create_directories(dir / "Prepar3D v5" / "Scenery");
+    fs::copy(bin / "install" / "input", dir / "input", fs::copy_options::recursive);
+    const int simPort = lf_freePort();
+    const int rtPort = lf_freePort();
+    std::ofstream(dir / "SimConnect.cfg") << "[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=" << simPort << "\n";
+    std::ofstream(dir / "RealTrafficKey.json") << "{\"license\": \"end-to-end-key\"}\n";
+    std::ofstream(dir / "appdata" / "ZARK_P3D" / "parameters.xml")
+        << "<?xml version=\"1.0\"?>\n<parameters>\n\t<parameter name=\"SIM_INSTALL_PATH\" value=\""
+        << (dir / "Prepar3D v5").string() << "\" />\n</parameters>\n";
+
+    const pid_t sim =
+        lf_spawn(dir,
+                 {simdouble.string(), "--scenario", (gf_sourceDir() / "data/demo/simulator_lszh.json").string(),
+                  "--port", std::to_string(simPort), "--export", (dir / "record.json").string()},
+                 {}, dir / "simdouble.out");
+    const pid_t rt = lf_spawn(dir,
+                              {trafficdouble.string(), "--port", std::to_string(rtPort), "--scenario",
+                               (gf_sourceDir() / "data/tracks/LSZH_scenario.json").string(), "--rrl", "1000"},
+                              {}, dir / "trafficdouble.out");
+    std::this_thread::sleep_for(500ms);
+    const std::string url = "ZARK_RT_URL=http://127.0.0.1:" + std::to_string(rtPort);
+    const std::string xdg = "XDG_CONFIG_HOME=" + (dir / "appdata").string();
+    const pid_t program = lf_spawn(dir, {zark.string()}, {url, xdg}, dir / "zark.out");
+
+    // Wait until traffic flows and a few ticks have passed: at most 40 s.
+    std::string log;
+    const auto until = std::chrono::steady_clock::now() + 40s;
+    while (std::chrono::steady_clock::now() < until) {
+        log = lf_read(dir / "Log.txt");
+        if (log.find("Traffic Reader connected") != std::string::npos) break;
+        std::this_thread::sleep_for(200ms);
+    }
+    std::this_thread::sleep_for(5s);  // ticks and snapshots
+    ::kill(program, SIGINT);          // the close button
+    const int code = lf_waitExit(program, 40s);
+    ::kill(sim, SIGINT);
+    lf_waitExit(sim, 10s);
+    // The traffic double's request log, then its end.
+    std::string requests;
+    {
+        const pid_t curl =
+            lf_spawn(dir, {"/usr/bin/curl", "-s", "http://127.0.0.1:" + std::to_string(rtPort) + "/control/requests"},
+                     {}, dir / "requests.json");
+        lf_waitExit(curl, 10s);
+        requests = lf_read(dir / "requests.json");
+    }
+    ::kill(rt, SIGTERM);
+    lf_waitExit(rt, 10s);
+
+    log = lf_read(dir / "Log.txt");
+    EXPECT_EQ(code, 0) << lf_read(dir / "zark.out");
+    EXPECT_NE(log.find("Prepar3D v5 (5.4.9.28482) connected"), std::string::npos) << log;
+    EXPECT_NE(log.find("SimConnect: User aircraft model: A320"), std::string::npos);
+    EXPECT_NE(log.find("Authenticated at RT server"), std::string::npos);
+    EXPECT_NE(log.find("Weather Reader connected"), std::string::npos);
+    EXPECT_NE(log.find("Traffic Reader connected"), std::string::npos);
+    // The exit sequence, in its order.
+    const size_t closing = log.find("Close window button clicked, closing ZARK_P3D ...");
+    const size_t exiting = log.find("Exiting: USER CLOSED SIM");
+    const size_t userClosed = log.find("User closed ZARK_P3D");
+    const size_t ends = log.find("ZARK_P3D ends at ");
+    ASSERT_NE(closing, std::string::npos);
+    ASSERT_NE(exiting, std::string::npos);
+    ASSERT_NE(userClosed, std::string::npos);
+    ASSERT_NE(ends, std::string::npos);
+    EXPECT_LT(closing, exiting);
+    EXPECT_LT(exiting, userClosed);
+    EXPECT_LT(userClosed, ends);
+    EXPECT_EQ(log.find("Error "), std::string::npos) << log;
+
+    // The service saw traffic requests and the logout.
+    const nlohmann::json seen = nlohmann::json::parse(requests.empty() ? "[]" : requests, nullptr, false);
+    ASSERT_TRUE(seen.is_array()) << requests;
+    int traffic = 0, deauth = 0;
+    for (const auto& r : seen) {
+        if (r.value("path", "") == "/v4/traffic" && r.value("status", 0) == 200) ++traffic;
+        if (r.value("path", "") == "/v4/deauth") ++deauth;
+        EXPECT_FALSE(r.value("too_fast", false)) << r.dump();  // never faster than rrl
+    }
+    EXPECT_GE(traffic, 2);
+    EXPECT_EQ(deauth, 1);
+
+    // Nothing of ours is left in the simulator.
+    const nlohmann::json record = nlohmann::json::parse(lf_read(dir / "record.json"), nullptr, false);
+    ASSERT_TRUE(record.is_object());
+    for (const auto& o : record["objects"])
+        if (o.value("id", 0) != 1) {
+            EXPECT_GE(o.value("removedMs", -1), 0) << o.dump();
+        }
+
+    if (!::testing::Test::HasFailure()) fs::remove_all(dir);
+}
