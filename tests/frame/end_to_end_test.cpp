@@ -77,66 +77,82 @@ int lf_waitExit(pid_t pid, std::chrono::seconds limit) {
 
 }  // namespace
 
-TEST(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
-    const fs::path bin = gf_binaryDir();
-    const fs::path zark = bin / "ZARK_P3D";
-    const fs::path simdouble = bin / "tools" / "simdouble" / "simdouble";
-    const fs::path trafficdouble = bin / "tools" / "trafficdouble" / "trafficdouble";
-    for (const fs::path& p : {zark, simdouble, trafficdouble}) ASSERT_TRUE(fs::exists(p)) << p;
-
-    const fs::path dir = fs::temp_directory_path() / ("zark-e2e-" + std::to_string(::getpid()));
-    fs::remove_all(dir);
-    fs::create_directories(dir / "docs");
-    fs::create_directories(dir / "appdata" / "ZARK_P3D");
-    fs::create_directories(dir / "Prepar3D v5" / "Scenery");
-    fs::copy(bin / "install" / "input", dir / "input", fs::copy_options::recursive);
-    const int simPort = lf_freePort();
-    const int rtPort = lf_freePort();
-    std::ofstream(dir / "SimConnect.cfg") << "[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=" << simPort << "\n";
-    std::ofstream(dir / "RealTrafficKey.json") << "{\"license\": \"end-to-end-key\"}\n";
-    std::ofstream(dir / "appdata" / "ZARK_P3D" / "parameters.xml")
-        << "<?xml version=\"1.0\"?>\n<parameters>\n\t<parameter name=\"SIM_INSTALL_PATH\" value=\""
-        << (dir / "Prepar3D v5").string() << "\" />\n</parameters>\n";
-
-    const pid_t sim =
-        lf_spawn(dir,
-                 {simdouble.string(), "--scenario", (gf_sourceDir() / "data/demo/simulator_lszh.json").string(),
-                  "--port", std::to_string(simPort), "--export", (dir / "record.json").string()},
-                 {}, dir / "simdouble.out");
-    const pid_t rt = lf_spawn(dir,
-                              {trafficdouble.string(), "--port", std::to_string(rtPort), "--scenario",
-                               (gf_sourceDir() / "data/tracks/LSZH_scenario.json").string(), "--rrl", "1000"},
-                              {}, dir / "trafficdouble.out");
-    std::this_thread::sleep_for(500ms);
-    const std::string url = "ZARK_RT_URL=http://127.0.0.1:" + std::to_string(rtPort);
-    const std::string xdg = "XDG_CONFIG_HOME=" + (dir / "appdata").string();
-    const pid_t program = lf_spawn(dir, {zark.string()}, {url, xdg}, dir / "zark.out");
-
-    // Wait until traffic flows and a few ticks have passed: at most 40 s.
-    std::string log;
-    const auto until = std::chrono::steady_clock::now() + 40s;
-    while (std::chrono::steady_clock::now() < until) {
-        log = lf_read(dir / "Log.txt");
-        if (log.find("Traffic Reader connected") != std::string::npos) break;
-        std::this_thread::sleep_for(200ms);
+// Lays out an install folder, starts both doubles and the program; the test decides when to close it.
+class EndToEnd : public ::testing::Test {
+protected:
+    void start(const std::string& license) {
+        bin_ = gf_binaryDir();
+        const fs::path zark = bin_ / "ZARK_P3D";
+        const fs::path simdouble = bin_ / "tools" / "simdouble" / "simdouble";
+        const fs::path trafficdouble = bin_ / "tools" / "trafficdouble" / "trafficdouble";
+        for (const fs::path& p : {zark, simdouble, trafficdouble}) ASSERT_TRUE(fs::exists(p)) << p;
+        const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
+        dir_ = fs::temp_directory_path() / ("zark-e2e-" + std::to_string(::getpid()) + "-" + info->name());
+        fs::remove_all(dir_);
+        fs::create_directories(dir_ / "docs");
+        fs::create_directories(dir_ / "appdata" / "ZARK_P3D");
+        fs::create_directories(dir_ / "Prepar3D v5" / "Scenery");
+        fs::copy(bin_ / "install" / "input", dir_ / "input", fs::copy_options::recursive);
+        const int simPort = lf_freePort();
+        rtPort_ = lf_freePort();
+        std::ofstream(dir_ / "SimConnect.cfg")
+            << "[SimConnect]\nProtocol=IPv4\nAddress=127.0.0.1\nPort=" << simPort << "\n";
+        std::ofstream(dir_ / "RealTrafficKey.json") << "{\"license\": \"" << license << "\"}\n";
+        std::ofstream(dir_ / "appdata" / "ZARK_P3D" / "parameters.xml")
+            << "<?xml version=\"1.0\"?>\n<parameters>\n\t<parameter name=\"SIM_INSTALL_PATH\" value=\""
+            << (dir_ / "Prepar3D v5").string() << "\" />\n</parameters>\n";
+        sim_ = lf_spawn(dir_,
+                        {simdouble.string(), "--scenario", (gf_sourceDir() / "data/demo/simulator_lszh.json").string(),
+                         "--port", std::to_string(simPort), "--export", (dir_ / "record.json").string()},
+                        {}, dir_ / "simdouble.out");
+        rt_ = lf_spawn(dir_,
+                       {trafficdouble.string(), "--port", std::to_string(rtPort_), "--scenario",
+                        (gf_sourceDir() / "data/tracks/LSZH_scenario.json").string(), "--rrl", "1000"},
+                       {}, dir_ / "trafficdouble.out");
+        std::this_thread::sleep_for(500ms);
+        const std::string url = "ZARK_RT_URL=http://127.0.0.1:" + std::to_string(rtPort_);
+        const std::string xdg = "XDG_CONFIG_HOME=" + (dir_ / "appdata").string();
+        program_ = lf_spawn(dir_, {zark.string()}, {url, xdg}, dir_ / "zark.out");
     }
-    std::this_thread::sleep_for(5s);  // ticks and snapshots
-    ::kill(program, SIGINT);          // the close button
-    const int code = lf_waitExit(program, 40s);
-    ::kill(sim, SIGINT);
-    lf_waitExit(sim, 10s);
-    // The traffic double's request log, then its end.
-    std::string requests;
-    {
+    // Waits until the log holds `text` (at most `limit`); returns the log.
+    std::string waitForLog(const std::string& text, std::chrono::seconds limit) {
+        std::string log;
+        const auto until = std::chrono::steady_clock::now() + limit;
+        while (std::chrono::steady_clock::now() < until) {
+            log = lf_read(dir_ / "Log.txt");
+            if (log.find(text) != std::string::npos) break;
+            std::this_thread::sleep_for(200ms);
+        }
+        return log;
+    }
+    // Ends the doubles; returns the traffic double's request log.
+    std::string stopDoubles() {
+        ::kill(sim_, SIGINT);
+        lf_waitExit(sim_, 10s);
         const pid_t curl =
-            lf_spawn(dir, {"/usr/bin/curl", "-s", "http://127.0.0.1:" + std::to_string(rtPort) + "/control/requests"},
-                     {}, dir / "requests.json");
+            lf_spawn(dir_, {"/usr/bin/curl", "-s", "http://127.0.0.1:" + std::to_string(rtPort_) + "/control/requests"},
+                     {}, dir_ / "requests.json");
         lf_waitExit(curl, 10s);
-        requests = lf_read(dir / "requests.json");
+        ::kill(rt_, SIGTERM);
+        lf_waitExit(rt_, 10s);
+        return lf_read(dir_ / "requests.json");
     }
-    ::kill(rt, SIGTERM);
-    lf_waitExit(rt, 10s);
+    void TearDown() override {
+        if (!HasFailure() && !dir_.empty()) fs::remove_all(dir_);
+    }
+    fs::path bin_, dir_;
+    int rtPort_ = 0;
+    pid_t sim_ = 0, rt_ = 0, program_ = 0;
+};
 
+TEST_F(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
+    start("end-to-end-key");
+    std::string log = waitForLog("Traffic Reader connected", 40s);
+    std::this_thread::sleep_for(5s);  // ticks and snapshots
+    ::kill(program_, SIGINT);         // the close button
+    const int code = lf_waitExit(program_, 40s);
+    const std::string requests = stopDoubles();
+    const fs::path dir = dir_;
     log = lf_read(dir / "Log.txt");
     EXPECT_EQ(code, 0) << lf_read(dir / "zark.out");
     EXPECT_NE(log.find("Prepar3D v5 (5.4.9.28482) connected"), std::string::npos) << log;
@@ -177,6 +193,15 @@ TEST(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
         if (o.value("id", 0) != 1) {
             EXPECT_GE(o.value("removedMs", -1), 0) << o.dump();
         }
+}
 
-    if (!::testing::Test::HasFailure()) fs::remove_all(dir);
+TEST_F(EndToEnd, ARefusedLoginEndsTheRunWithASystemError) {
+    start("EXPIRED-KEY");  // the service refuses it with 402
+    const std::string log = waitForLog(" ends at ", 60s);
+    const int code = lf_waitExit(program_, 20s);
+    stopDoubles();
+    EXPECT_EQ(code, 0);
+    EXPECT_NE(log.find("The RealTraffic service refused the login with status 402"), std::string::npos) << log;
+    EXPECT_NE(log.find("Exiting: SYSTEM ERROR"), std::string::npos) << log;
+    EXPECT_EQ(log.find("Traffic Reader connected"), std::string::npos);
 }
