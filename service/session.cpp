@@ -7,6 +7,7 @@
 #include "common/clock.h"
 #include "frame/errors.h"
 #include "frame/folders.h"
+#include "frame/lifecycle.h"
 #include "frame/log.h"
 #include "frame/message.h"
 #include "frame/panel.h"
@@ -107,4 +108,24 @@ void gf_resetReaders() {
     service.lastQnh = 1013;
     panel.qnhShown = 1013;
     gf_invalidate(Band::Status);
+}
+
+void gf_readerEnded(const char* side, std::atomic<int32_t>& lamp, RtClient& other, int32_t code, bool mark) {
+    lamp = 3;
+    gf_invalidate(Band::Status);
+    const auto log = [mark](const std::string& text) { mark ? gf_logMark(text) : gf_logLine(text); };
+    if (code == 401)
+        log(fmt::format("re-authentication to RT API is needed, restart {}", kProgramName));
+    else if (code == 400)
+        log(fmt::format("{} RT API: parameter fault", side));
+    else if (code != 9999)
+        gf_logf("{} RT API error: {}", side, code);
+    if (code == 9999) return;
+    other.stopRequested = true;
+    // One text stands for both readers.
+    gf_showMessagef(true, "The {} has stopped with an error", "WeatherReader");
+    if (code == 401)
+        gf_requestExit(kExitRestart, 15);
+    else
+        run.readerStopped = true;
 }

@@ -1,6 +1,8 @@
 // service/session.h — login and logout at the traffic service, and the reset of both readers.
 #pragma once
 
+#include <atomic>
+
 #include <cstdint>
 
 #include "service/client.h"
@@ -14,3 +16,7 @@ void gf_rtLogin(RtClient& client);
 void gf_rtLogout();
 // Both sides back to "no session" for a new run.
 void gf_resetReaders();
+// The end of a reader thread that left its loop with `code`: its lamp goes off, the reason is logged
+// (with the mark when `mark`), and unless it was asked to stop (9999) the other reader stops too and the
+// run restarts (401) or ends at the next 30th tick.
+void gf_readerEnded(const char* side, std::atomic<int32_t>& lamp, RtClient& other, int32_t code, bool mark);

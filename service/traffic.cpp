@@ -16,6 +16,7 @@
 #include "frame/params.h"
 #include "liveries/dbase.h"
 #include "service/exchange.h"
+#include "service/session.h"
 #include "service/state.h"
 
 namespace {
@@ -197,22 +198,7 @@ void gf_trafficReaderThread() {
         gf_invalidate(Band::Status);
         int32_t code = 0;
         lf_trafficLoop(trafficReader, code);
-        panel.trafficLamp = 3;
-        gf_invalidate(Band::Status);
-        if (code == 401)
-            gf_logf("re-authentication to RT API is needed, restart {}", kProgramName);
-        else if (code == 400)
-            gf_logLine("Traffic RT API: parameter fault");
-        else if (code != 9999)
-            gf_logf("Traffic RT API error: {}", code);
-        if (code != 9999) {
-            weatherClient.stopRequested = true;
-            gf_showMessagef(true, "The {} has stopped with an error", "WeatherReader");
-            if (code == 401)
-                gf_requestExit(kExitRestart, 15);
-            else
-                run.readerStopped = true;
-        }
+        gf_readerEnded("Traffic", panel.trafficLamp, weatherClient, code, false);
     } catch (...) {
         panel.trafficLamp = 3;
         gf_reportException("Traffic Reader");

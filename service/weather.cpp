@@ -12,6 +12,7 @@
 #include "frame/message.h"
 #include "frame/panel.h"
 #include "service/exchange.h"
+#include "service/session.h"
 #include "service/state.h"
 
 namespace {
@@ -163,22 +164,7 @@ void gf_weatherReaderThread() {
         gf_invalidate(Band::Status);
         int32_t code = 0;
         lf_weatherLoop(weatherClient, code);
-        panel.weatherLamp = 3;
-        gf_invalidate(Band::Status);
-        if (code == 401)
-            gf_logMarkf("re-authentication to RT API is needed, restart {}", kProgramName);
-        else if (code == 400)
-            gf_logMark("Weather RT API: parameter fault");
-        else if (code != 9999)
-            gf_logf("Weather RT API error: {}", code);
-        if (code != 9999) {
-            trafficReader.stopRequested = true;
-            gf_showMessagef(true, "The {} has stopped with an error", "WeatherReader");
-            if (code == 401)
-                gf_requestExit(kExitRestart, 15);
-            else
-                run.readerStopped = true;
-        }
+        gf_readerEnded("Weather", panel.weatherLamp, trafficReader, code, true);
     } catch (...) {
         panel.weatherLamp = 3;
         gf_reportException("Weather Reader");
