@@ -10,6 +10,7 @@
 #include "frame/message.h"
 #include "frame/panel.h"
 #include "frame/params.h"
+#include "service/state.h"
 #include "support/fixture.h"
 
 // Drives the schedule slice by slice: a tick is "delivered" by setting tickPending, as SimClient does.
@@ -124,11 +125,12 @@ TEST_F(ScheduleTest, MergedTicksCountOnce) {
 
 TEST_F(ScheduleTest, FlightNotRunningStopsTrafficAndResumes) {
     links::setTrace(&trace_);
+    links::setAcceptTraffic(true);  // as mainLoop leaves it on entry
     run.simRunning = false;
     for (int i = 0; i < 250; ++i) lf_slice();
+    EXPECT_FALSE(service.acceptTraffic);
     EXPECT_TRUE(run.flightNotRunningSeen);
-    EXPECT_EQ(loop.tickCount, 0);  // no tick work in this state
-    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "setAcceptTraffic"), 1);
+    EXPECT_EQ(loop.tickCount, 0);                                               // no tick work in this state
     EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "recountAircraft"), 2);  // once a second
     EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "clearPendingUpdates"), 1);
     EXPECT_TRUE(logHas(" Flight not running\n"));
@@ -136,6 +138,7 @@ TEST_F(ScheduleTest, FlightNotRunningStopsTrafficAndResumes) {
     const auto steps = tick();
     EXPECT_TRUE(has(steps, "setAcceptTraffic"));
     EXPECT_FALSE(run.flightNotRunningSeen);
+    EXPECT_TRUE(service.acceptTraffic);
     EXPECT_TRUE(logHas(" Flight resumed\n"));
 }
 
