@@ -7,6 +7,7 @@
 #include "frame/folders.h"
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
+#include "frame/links.h"
 #include "frame/log.h"
 #include "frame/mainloop.h"
 #include "frame/message.h"
@@ -22,6 +23,10 @@ void gf_resetFrame() {
     gf_resetPanel();
     gf_resetControls();
     gf_resetParameters();
+    runPaths = RunPaths{};
+    links::answers = {};
+    links::offeredRecords = 0;
+    links::databaseRead = false;
 }
 
 namespace {
