@@ -265,6 +265,9 @@ void FinalExit(int32_t seconds) {
             links::stopReaders();
             gf_sleepFor(3s);  // lets the readers' current request end
             links::rtLogout();
+            // The next start holds back until the service may be visited again: it counts from here.
+            LAST_EPOCH_TIME.current = LAST_EPOCH_TIME.clamp(gf_epochSeconds());
+            gf_saveParameter(LAST_EPOCH_TIME);
         }
         gf_sleepFor(500ms);
         // The engine thread has left mainLoop by now: it looks at the exit flags at least once a slice.

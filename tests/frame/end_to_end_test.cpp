@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 #include <sstream>
 #include <thread>
 
@@ -149,7 +150,9 @@ TEST_F(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
     start("end-to-end-key");
     std::string log = waitForLog("Traffic Reader connected", 40s);
     std::this_thread::sleep_for(5s);  // ticks and snapshots
-    ::kill(program_, SIGINT);         // the close button
+    const long long closedAt =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    ::kill(program_, SIGINT);  // the close button
     const int code = lf_waitExit(program_, 40s);
     const std::string requests = stopDoubles();
     const fs::path dir = dir_;
@@ -185,6 +188,20 @@ TEST_F(EndToEnd, ARunAgainstBothDoublesFromStartToTheCloseButton) {
     }
     EXPECT_GE(traffic, 2);
     EXPECT_EQ(deauth, 1);
+
+    // The time of the last visit of the service is kept for the next start, and it is not in the future.
+    const std::string params = lf_read(dir / "appdata" / "ZARK_P3D" / "parameters.xml");
+    const std::smatch m = [&] {
+        std::smatch r;
+        std::regex_search(params, r, std::regex("name=\"LAST_EPOCH_TIME\" value=\"(\\d+)\""));
+        return r;
+    }();
+    ASSERT_EQ(m.size(), 2u) << params;
+    const long long stored = std::stoll(m[1].str());
+    const long long now =
+        std::chrono::duration_cast<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch()).count();
+    EXPECT_LE(stored, now);
+    EXPECT_GE(stored, closedAt);  // written at the logout, not only when the loop began
 
     // Nothing of ours is left in the simulator.
     const nlohmann::json record = nlohmann::json::parse(lf_read(dir / "record.json"), nullptr, false);
