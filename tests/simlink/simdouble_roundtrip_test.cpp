@@ -14,20 +14,14 @@ namespace {
 using simdouble::Scenario;
 using simdouble::SimDouble;
 
-class SimDoubleRoundTrip : public ZarkTest {
+class SimDoubleRoundTrip : public TransportTest {
 protected:
-    void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
-        gf_setSimConnectCfgFolders({root_});
-    }
     void TearDown() override {
         if (h_) SimConnect_Close(h_);
         scope_.reset();
         server_.reset();
         sim_.reset();
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
+        TransportTest::TearDown();
     }
     void start(Scenario s = {}) {
         scope_.reset();

@@ -108,18 +108,7 @@ TEST(TransportFraming, BufferGrowsToOneMebibyteAndNoFurther) {
     EXPECT_FALSE(g.feed(tooBig.data(), tooBig.size(), cut.sink()));
 }
 
-class TransportDispatch : public ZarkTest {
-protected:
-    void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
-        gf_setSimConnectCfgFolders({root_});
-    }
-    void TearDown() override {
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
-    }
-};
+class TransportDispatch : public TransportTest {};
 
 TEST_F(TransportDispatch, MessagesReachTheCallbackOnlyInDispatchAndInOrder) {
     RecordingServer server;

@@ -11,18 +11,12 @@
 
 namespace {
 
-class TransportSocket : public ZarkTest {
+class TransportSocket : public TransportTest {
 protected:
-    void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
-        gf_setSimConnectCfgFolders({root_});
-    }
     void TearDown() override {
         if (h_) SimConnect_Close(h_);
         server_.stop();
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
+        TransportTest::TearDown();
     }
     // Listens, writes the cfg for it and opens a session.
     bool connect(const char* protocol, const char* address) {

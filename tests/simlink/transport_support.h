@@ -8,7 +8,9 @@
 
 #include "simlink/transport/inprocess.h"
 #include "simlink/transport/packets.h"
+#include "simlink/transport/session.h"
 #include "simlink/transport/simconnect.h"
+#include "support/fixture.h"
 
 using Bytes = std::vector<uint8_t>;
 
@@ -66,4 +68,18 @@ inline Bytes message(uint32_t id, std::vector<uint32_t> words, size_t extraZeros
 struct InProcessScope {
     explicit InProcessScope(InProcessServer& s) { gf_setInProcessServer(&s); }
     ~InProcessScope() { gf_setInProcessServer(nullptr); }
+};
+
+// The base of the transport tests: a fresh transport, and SimConnect.cfg looked for in the install folder only.
+class TransportTest : public ZarkTest {
+protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+        gf_resetSimConnectTransport();
+        gf_setSimConnectCfgFolders({root_});
+    }
+    void TearDown() override {
+        gf_resetSimConnectTransport();
+        ZarkTest::TearDown();
+    }
 };
