@@ -2,12 +2,14 @@
 #include "airports/airport_table.h"
 
 #include <algorithm>
+#include <array>
 
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
 #include "airports/closest_stand.h"
 #include "common/numtext.h"
+#include "common/xmlattributes.h"
 #include "frame/errors.h"
 #include "frame/folders.h"
 #include "frame/log.h"
@@ -20,20 +22,25 @@ namespace {
 
 void lf_readRows(const std::string& path) {
     pugi::xml_document doc;
-    const pugi::xml_parse_result result = doc.load_file(folders::airportsXml.c_str());
+    // Codes and numbers only: entity escapes are kept, end-of-line and blank conversions are not needed.
+    const pugi::xml_parse_result result =
+        doc.load_file(folders::airportsXml.c_str(), pugi::parse_minimal | pugi::parse_escapes);
     if (!result) throw std::runtime_error(path + " not loaded " + result.description());
     const pugi::xml_node root = doc.child("airports");
     if (!root) throw std::runtime_error(path + " not found");
     auto& rows = airportTable.rows;
     rows.reserve(kAirportTableReserve);
-    for (const pugi::xml_node node : root.children("airport")) {
-        Airport a;
-        a.code = node.attribute("code").value();
-        a.iata = node.attribute("iata").value();
-        a.lat = gf_stod(node.attribute("lat").value());
-        a.lon = gf_stod(node.attribute("lon").value());
-        a.alt = gf_stof(node.attribute("alt").value());
-        rows.push_back(std::move(a));
+    const XmlRowReader<5> reader({"code", "iata", "lat", "lon", "alt"});
+    std::array<const char*, 5> v{};
+    for (pugi::xml_node node = root.first_child(); node; node = node.next_sibling()) {
+        if (!gf_isXmlName(node.name(), "airport")) continue;
+        reader.read(node, v);
+        Airport& a = rows.emplace_back();
+        a.code = v[0];
+        a.iata = v[1];
+        a.lat = gf_stod(v[2]);
+        a.lon = gf_stod(v[3]);
+        a.alt = gf_stof(v[4]);
     }
     const auto byCode = [](const Airport& x, const Airport& y) { return x.code < y.code; };
     if (!std::is_sorted(rows.begin(), rows.end(), byCode)) std::sort(rows.begin(), rows.end(), byCode);
@@ -54,7 +61,6 @@ bool gf_readAirports() {
         airportTable.rows.clear();
         throw zel::UserErrorException(88, e.what());
     }
-    airportTable.rows.shrink_to_fit();
     airportTable.read = true;
     return !airportTable.rows.empty();
 }

@@ -10,6 +10,7 @@
 #include <pugixml.hpp>
 
 #include "common/numtext.h"
+#include "common/xmlattributes.h"
 #include "frame/errors.h"
 #include "frame/folders.h"
 #include "frame/log.h"
@@ -52,16 +53,40 @@ bool lf_isTrue(const char* text) {
     return c == '1' || c == 't' || c == 'T' || c == 'y' || c == 'Y';
 }
 
-// A mandatory set: every child's comma list, collected scrambled, then decoded into the target.
+// A code of up to 8 characters as a number that sorts as the text does (no code holds a zero byte).
+uint64_t lf_packCode(const char* chars, size_t n) {
+    uint64_t packed = 0;
+    for (size_t i = 0; i < 8; ++i) packed = packed << 8 | (i < n ? static_cast<unsigned char>(chars[i]) : 0u);
+    return packed;
+}
+
+std::string lf_unpackCode(uint64_t packed) {
+    std::string code;
+    for (int shift = 56; shift >= 0 && (packed >> shift & 0xff) != 0; shift -= 8)
+        code.push_back(static_cast<char>(packed >> shift & 0xff));
+    return code;
+}
+
+// A mandatory set: every child's comma list, collected scrambled, then decoded into the target. The codes
+// (at most 4 characters) are sorted as numbers and put in at the end of the set, which then needs no
+// comparisons of text.
 void lf_readSet(const pugi::xml_document& doc, const char* section, const char* child, const char* attribute,
-                std::string (*decode)(std::string_view), std::set<std::string>& target) {
+                size_t (*decodeTo)(std::string_view, char*), std::set<std::string>& target) {
     std::vector<std::string_view> scrambled;
     for (const pugi::xml_node node : doc.child(section).children(child))
         lf_forEachEntry(node.attribute(attribute).value(), [&](std::string_view e) { scrambled.push_back(e); });
     if (scrambled.empty())
         throw zel::UserErrorException(
             61, fmt::format("In an xml file section {} {} {} is empty ", section, child, attribute));
-    for (const std::string_view s : scrambled) target.insert(decode(s));
+    std::vector<uint64_t> codes;
+    codes.reserve(scrambled.size());
+    for (const std::string_view s : scrambled) {
+        char code[4];
+        codes.push_back(lf_packCode(code, decodeTo(s, code)));
+    }
+    std::sort(codes.begin(), codes.end());
+    codes.erase(std::unique(codes.begin(), codes.end()), codes.end());
+    for (const uint64_t code : codes) target.insert(target.end(), lf_unpackCode(code));
 }
 
 void lf_readSimilar(const pugi::xml_document& doc) {
@@ -119,51 +144,50 @@ void lf_readWingspans(const pugi::xml_document& doc, const std::string& path) {
         if (count[c] > 0) dbase.averageHalfWingspan[c] = sum[c] / count[c];
 }
 
-// The registrations of the real world come to about 150k; the vector grows beyond that if needed.
+// The registrations of the real world come to about 150k of ~7 characters; the table grows beyond that
+// if needed.
 constexpr size_t kRecordsReserve = 160000;
+constexpr size_t kRecordKeyCharsReserve = kRecordsReserve * 8;
 
-// Name comparison for the record loop, inlined for its few short literals.
-inline bool lf_isName(const char* name, const char* literal) {
-    while (*literal && *name == *literal) ++name, ++literal;
-    return *name == *literal;
+// The values of a row are a few characters long; they are measured here rather than by a library call.
+std::string_view lf_view(const char* text) {
+    for (size_t n = 0; n < 16; ++n)
+        if (text[n] == '\0') return {text, n};
+    return text;
 }
 
-std::string lf_airlineValue(const char* text) { return text[0] == '\0' ? std::string() : gf_decodeAirline(text); }
+ShortCode<3> lf_airlineValue(const char* text) {
+    return ShortCode<3>::decoded([&](char* out) { return gf_decodeAirlineTo(lf_view(text), out); });
+}
+
+ShortCode<4> lf_modelValue(const char* text) {
+    return ShortCode<4>::decoded([&](char* out) { return gf_decodeModelTo(lf_view(text), out); });
+}
 
 // The bulk of the start-up: ~150k rows, read in one pass over each row's attributes, then indexed at once.
 void lf_readRecords(const pugi::xml_document& doc) {
     const pugi::xml_node section = doc.child("dbase");
-    std::vector<FlatRecordTable<DbaseRecord>::Entry> entries;
-    entries.reserve(kRecordsReserve);
+    dbase.records.reserve(kRecordsReserve, kRecordKeyCharsReserve);
+    const XmlRowReader<5> reader({"reg", "airl", "type", "opr", "cargo"});
+    std::array<const char*, 5> v{};
     for (pugi::xml_node node = section.first_child(); node; node = node.next_sibling()) {
-        if (!lf_isName(node.name(), "db")) continue;
-        const char* reg = "";
-        const char* airl = "";
-        const char* type = "";
-        const char* opr = "";
-        const char* cargo = "";
-        for (const pugi::xml_attribute a : node.attributes()) {
-            const char* name = a.name();
-            if (lf_isName(name, "reg"))
-                reg = a.value();
-            else if (lf_isName(name, "airl"))
-                airl = a.value();
-            else if (lf_isName(name, "type"))
-                type = a.value();
-            else if (lf_isName(name, "opr"))
-                opr = a.value();
-            else if (lf_isName(name, "cargo"))
-                cargo = a.value();
-        }
+        if (!gf_isXmlName(node.name(), "db")) continue;
+        reader.read(node, v);
+        const char* const reg = v[0];
+        const char* const airl = v[1];
+        const char* const type = v[2];
+        const char* const opr = v[3];
+        const char* const cargo = v[4];
         DbaseRecord record;
         record.airl = lf_airlineValue(airl);
-        if (type[0] != '\0') record.type = gf_decodeModel(type);
+        record.type = lf_modelValue(type);
         record.opr = lf_airlineValue(opr);
         record.cargo = lf_isTrue(cargo);
-        entries.emplace_back(gf_decodeRegcode(reg), std::move(record));
+        const std::string_view scrambledReg = lf_view(reg);
+        dbase.records.add(
+            scrambledReg.size(), [&](char* to) { gf_decodeRegcodeTo(scrambledReg, to); }, record);
     }
-    for (const std::string& key : dbase.records.assign(std::move(entries)))
-        gf_logMarkf("regcode {} already exists", key);
+    for (const std::string& dropped : dbase.records.build()) gf_logMarkf("regcode {} already exists", dropped);
 }
 
 bool lf_containsNoCase(std::string_view text, std::string_view part) {
@@ -184,16 +208,16 @@ void gf_readDbase() {
     if (!result)
         throw zel::UserErrorException(60, fmt::format("\"{}\" not read because of {}", path, result.description()));
 
-    lf_readSet(doc, "aircrafts", "aircraft", "types", gf_decodeModel, dbase.aircraft);
-    lf_readSet(doc, "high_performance", "hpf", "types", gf_decodeModel, dbase.highPerformance);
-    lf_readSet(doc, "heavy", "hvy", "types", gf_decodeModel, dbase.heavy);
-    lf_readSet(doc, "large", "lar", "types", gf_decodeModel, dbase.large);
-    lf_readSet(doc, "buzjet", "bzj", "types", gf_decodeModel, dbase.buzjet);
-    lf_readSet(doc, "rotorcraft", "rot", "types", gf_decodeModel, dbase.rotorcraft);
-    lf_readSet(doc, "cargo_types", "cargo_type", "types", gf_decodeModel, dbase.cargoTypes);
+    lf_readSet(doc, "aircrafts", "aircraft", "types", gf_decodeModelTo, dbase.aircraft);
+    lf_readSet(doc, "high_performance", "hpf", "types", gf_decodeModelTo, dbase.highPerformance);
+    lf_readSet(doc, "heavy", "hvy", "types", gf_decodeModelTo, dbase.heavy);
+    lf_readSet(doc, "large", "lar", "types", gf_decodeModelTo, dbase.large);
+    lf_readSet(doc, "buzjet", "bzj", "types", gf_decodeModelTo, dbase.buzjet);
+    lf_readSet(doc, "rotorcraft", "rot", "types", gf_decodeModelTo, dbase.rotorcraft);
+    lf_readSet(doc, "cargo_types", "cargo_type", "types", gf_decodeModelTo, dbase.cargoTypes);
     lf_readSimilar(doc);
-    lf_readSet(doc, "ICAO_airlines", "ICAO", "codes", gf_decodeAirline, dbase.icaoAirlines);
-    lf_readSet(doc, "cargo_operators", "ICAO", "codes", gf_decodeAirline, dbase.cargoOperators);
+    lf_readSet(doc, "ICAO_airlines", "ICAO", "codes", gf_decodeAirlineTo, dbase.icaoAirlines);
+    lf_readSet(doc, "cargo_operators", "ICAO", "codes", gf_decodeAirlineTo, dbase.cargoOperators);
     lf_readPublishers(doc, path);
     lf_readWingspans(doc, path);
     lf_readRecords(doc);
@@ -239,15 +263,15 @@ const DbaseRecord* gf_dbaseFind(const std::string& regcode) {
 
 std::string gf_dbaseAirline(const std::string& regcode) {
     const DbaseRecord* r = gf_dbaseFind(regcode);
-    return r ? r->airl : std::string();
+    return r ? std::string(r->airl) : std::string();
 }
 std::string gf_dbaseType(const std::string& regcode) {
     const DbaseRecord* r = gf_dbaseFind(regcode);
-    return r ? r->type : std::string();
+    return r ? std::string(r->type) : std::string();
 }
 std::string gf_dbaseOperator(const std::string& regcode) {
     const DbaseRecord* r = gf_dbaseFind(regcode);
-    return r ? r->opr : std::string();
+    return r ? std::string(r->opr) : std::string();
 }
 
 // "Contains, or matches .*NAME.* without regard to case": for a file name (no line breaks) both come

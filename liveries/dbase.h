@@ -7,11 +7,16 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <ostream>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
+
+#include <fmt/format.h>
 
 #include "liveries/record_table.h"
 
@@ -19,11 +24,47 @@ enum class ModelCategory : int32_t { Light = 0, Buzjets = 1, Large = 2, Heavy = 
 const char* gf_modelCategoryName(ModelCategory c);  // "Light", "Buzjets", ...
 inline constexpr int kModelCategoryCount = 6;
 
+// A code of at most N characters held inside its record: ~150k registrations carry a type and up to two
+// airline codes each, and a start-up that gave each its own string would spend its time copying them.
+// Reads like a string; text longer than N characters is refused with std::length_error.
+template <size_t N>
+class ShortCode {
+public:
+    ShortCode() = default;
+    ShortCode(std::string_view text) {  // NOLINT: converts like a string does
+        if (text.size() > N) throw std::length_error(fmt::format("code \"{}\" longer than {} characters", text, N));
+        for (size_t i = 0; i < text.size(); ++i) chars_[i] = text[i];
+    }
+    ShortCode(const std::string& text) : ShortCode(std::string_view(text)) {}  // NOLINT
+    ShortCode(const char* text) : ShortCode(std::string_view(text)) {}         // NOLINT
+    // Filled by a decoder that writes at most N characters to the place it is given and returns their
+    // number: the database read decodes into its records without a string in between.
+    template <typename Decoder>
+    static ShortCode decoded(Decoder&& decode) {
+        ShortCode code;
+        decode(code.chars_);
+        return code;
+    }
+    std::string_view view() const { return {chars_, size()}; }
+    operator std::string() const { return std::string(view()); }  // NOLINT
+    size_t size() const {
+        size_t n = 0;
+        while (n < N && chars_[n] != '\0') ++n;
+        return n;
+    }
+    bool empty() const { return chars_[0] == '\0'; }
+    friend bool operator==(const ShortCode& a, std::string_view b) { return a.view() == b; }
+    friend std::ostream& operator<<(std::ostream& os, const ShortCode& c) { return os << c.view(); }
+
+private:
+    char chars_[N] = {};  // unused places hold zeros
+};
+
 // One real-world registration.
 struct DbaseRecord {
-    std::string airl;    // airline the aircraft belongs to; may be empty
-    std::string type;    // ICAO type code; may be empty
-    std::string opr;     // operator when other than the airline; mostly empty
+    ShortCode<3> airl;   // airline the aircraft belongs to; may be empty
+    ShortCode<4> type;   // ICAO type code; may be empty
+    ShortCode<3> opr;    // operator when other than the airline; mostly empty
     bool cargo = false;  // a freighter
 };
 

@@ -1,6 +1,7 @@
 // liveries/scramble.cpp — the four scramblers of dbase.xml and their encoders.
 #include "liveries/scramble.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <stdexcept>
@@ -36,19 +37,19 @@ constexpr std::array<int32_t, 3> kModelShift3 = {7, -31, 24};
 constexpr std::array<int, 4> kModelPos4 = {3, 1, 0, 2};
 constexpr std::array<int32_t, 4> kModelShift4 = {-11, 27, -4, 16};
 
-char lf_wrap(int value) {
+constexpr char lf_wrap(int value) {
     if (value < kWindowLow) value += kWindowSize;
     if (value > kWindowHigh) value -= kWindowSize;
     return static_cast<char>(value);
 }
 
-char lf_shift(char c, int32_t by) { return lf_wrap(static_cast<unsigned char>(c) + by); }
+constexpr char lf_shift(char c, int32_t by) { return lf_wrap(static_cast<unsigned char>(c) + by); }
 
 template <size_t N>
-std::string lf_decodePicked(std::string_view text, const std::array<int, N>& pos, const std::array<int32_t, N>& shift) {
-    std::string out(N, ' ');
+size_t lf_decodePicked(std::string_view text, const std::array<int, N>& pos, const std::array<int32_t, N>& shift,
+                       char* out) {
     for (size_t j = 0; j < N; ++j) out[j] = lf_shift(text[pos[j]], shift[j]);
-    return out;
+    return N;
 }
 
 template <size_t N>
@@ -75,21 +76,52 @@ std::string gf_encodeRegcode(std::string_view text) {
     return out;
 }
 
+namespace {
+
+// Decoding of a registration character at key position i, for every byte value: one load per character
+// instead of a shift and two wrap tests.
+struct RegcodeDecodeTable {
+    std::array<std::array<char, 256>, kRegcodeKey.size()> out{};
+    constexpr RegcodeDecodeTable() {
+        for (size_t i = 0; i < kRegcodeKey.size(); ++i)
+            for (int c = 0; c < 256; ++c) {
+                const char ch = static_cast<char>(c);
+                out[i][static_cast<size_t>(c)] = ch == '+' ? ch : lf_shift(ch, -kRegcodeKey[i]);
+            }
+    }
+};
+constexpr RegcodeDecodeTable kRegcodeDecode;
+
+}  // namespace
+
+void gf_decodeRegcodeTo(std::string_view text, char* out) {
+    for (size_t from = 0; from < text.size(); from += kRegcodeKey.size()) {
+        const size_t n = std::min(text.size() - from, kRegcodeKey.size());
+        for (size_t k = 0; k < n; ++k)
+            out[from + k] = kRegcodeDecode.out[k][static_cast<unsigned char>(text[from + k])];
+    }
+}
+
 std::string gf_decodeRegcode(std::string_view text) {
-    std::string out(text);
-    for (size_t i = 0; i < out.size(); ++i)
-        if (out[i] != '+') out[i] = lf_shift(out[i], -kRegcodeKey[i % kRegcodeKey.size()]);
+    std::string out(text.size(), ' ');
+    gf_decodeRegcodeTo(text, out.data());
     return out;
 }
 
-std::string gf_decodeAirline(std::string_view text) {
-    if (text.empty()) return {};
-    if (text.size() == 6) return lf_decodePicked(text, kAirlinePos, kAirlineShift);
+size_t gf_decodeAirlineTo(std::string_view text, char* out) {
+    if (text.empty()) return 0;
+    if (text.size() == 6) return lf_decodePicked(text, kAirlinePos, kAirlineShift, out);
     if (text.size() == 3) {
         gf_logMarkf("Unencrypted airline {} in decrypt airl?", text);
-        return std::string(text);
+        for (size_t j = 0; j < 3; ++j) out[j] = text[j];
+        return 3;
     }
     throw std::runtime_error(fmt::format("decrypt airl \"{}\" error", text));
+}
+
+std::string gf_decodeAirline(std::string_view text) {
+    char out[3];
+    return std::string(out, gf_decodeAirlineTo(text, out));
 }
 
 std::string gf_encodeAirline(std::string_view code) {
@@ -102,12 +134,17 @@ std::string gf_encodeAirline(std::string_view code) {
     return out;
 }
 
-std::string gf_decodeModel(std::string_view text) {
-    if (text.empty()) return {};
-    if (text.size() == 4) return lf_decodePicked(text, kModelPos4, kModelShift4);
-    if (text.size() == 3) return lf_decodePicked(text, kModelPos3, kModelShift3);
+size_t gf_decodeModelTo(std::string_view text, char* out) {
+    if (text.empty()) return 0;
+    if (text.size() == 4) return lf_decodePicked(text, kModelPos4, kModelShift4, out);
+    if (text.size() == 3) return lf_decodePicked(text, kModelPos3, kModelShift3, out);
     if (text.size() < 2) throw std::runtime_error(fmt::format("decrypt model \"{}\" error", text));
-    return lf_decodePicked(text, kModelPos2, kModelShift2);
+    return lf_decodePicked(text, kModelPos2, kModelShift2, out);
+}
+
+std::string gf_decodeModel(std::string_view text) {
+    char out[4];
+    return std::string(out, gf_decodeModelTo(text, out));
 }
 
 std::string gf_encodeModel(std::string_view code) {
