@@ -19,7 +19,7 @@ inline bool gf_isXmlName(const char* name, const char* literal) {
 // first letter picks the candidate names at once; only those are compared further.
 template <size_t N>
 class XmlRowReader {
-    static_assert(N < 128);
+    static_assert(N <= 64);
 
 public:
     explicit XmlRowReader(const std::array<const char*, N>& names) : names_(names) {
@@ -35,19 +35,20 @@ public:
     // values[i] becomes the value of the first attribute called names[i], or "" when the row has none,
     // as pugixml answers for an absent attribute.
     void read(pugi::xml_node node, std::array<const char*, N>& values) const {
-        std::array<const char*, N> found{};
+        values.fill("");
+        uint64_t found = 0;  // bit i: names[i] was seen in this row
         // An attribute always has a name, and the empty attribute past the last answers "": that ends the
         // walk without one more call into the library per attribute.
         for (pugi::xml_attribute a = node.first_attribute();; a = a.next_attribute()) {
             const char* name = a.name();
             if (name[0] == '\0') break;
             for (int i = firstWith_[static_cast<unsigned char>(name[0])]; i >= 0; i = nextWith_[i])
-                if (found[i] == nullptr && gf_isXmlName(name + 1, names_[i] + 1)) {
-                    found[i] = a.value();
+                if ((found >> i & 1) == 0 && gf_isXmlName(name + 1, names_[i] + 1)) {
+                    values[i] = a.value();
+                    found |= uint64_t{1} << i;
                     break;
                 }
         }
-        for (size_t i = 0; i < N; ++i) values[i] = found[i] != nullptr ? found[i] : "";
     }
 
 private:

@@ -27,12 +27,14 @@ public:
         used_ = 0;
         keyStart_.assign(1, 0);
         records_.clear();
+        hashes_.clear();
         slots_.clear();
         kept_ = 0;
     }
     void reserve(size_t records, size_t keyChars) {
         records_.reserve(records);
         keyStart_.reserve(records + 1);
+        hashes_.reserve(records);
         if (chars_.size() < keyChars) chars_.resize(keyChars);
     }
 
@@ -44,6 +46,7 @@ public:
         if (used_ + keyLength + kSlack > chars_.size())
             chars_.resize(std::max(chars_.size() * 2, used_ + keyLength + kSlack));
         writeKey(chars_.data() + used_);
+        hashes_.push_back(hashStored({chars_.data() + used_, keyLength}));  // while the key is in the cache
         used_ += keyLength;
         keyStart_.push_back(static_cast<uint32_t>(used_));
         records_.push_back(record);
@@ -63,15 +66,17 @@ public:
         slots_.assign(slots, 0);
         indexBits_ = static_cast<unsigned>(std::bit_width(n));
         const size_t mask = slots - 1;
-        std::vector<uint64_t> hashes(n);
-        for (size_t e = 0; e < n; ++e) hashes[e] = hashStored(key(e));
+        if (hashes_.size() != n) {  // built before: the keys indexed then have no hash kept
+            hashes_.resize(n);
+            for (size_t e = 0; e < n; ++e) hashes_[e] = hashStored(key(e));
+        }
         std::vector<std::string> droppedKeys;
         for (size_t e = 0; e < n; ++e) {
             // The home slots are spread over the whole index: ask for the one a few records ahead now, so
             // that it has arrived when its turn comes.
-            if (e + kPrefetchAhead < n) lf_prefetch(&slots_[hashes[e + kPrefetchAhead] & mask]);
+            if (e + kPrefetchAhead < n) lf_prefetch(&slots_[hashes_[e + kPrefetchAhead] & mask]);
             const std::string_view k = key(e);
-            const uint64_t h = hashes[e];
+            const uint64_t h = hashes_[e];
             const uint32_t t = tag(h);
             size_t i = h & mask;
             bool duplicate = false;
@@ -86,6 +91,8 @@ public:
                 slots_[i] = t << indexBits_ | static_cast<uint32_t>(e + 1);
         }
         kept_ = n - droppedKeys.size();
+        hashes_.clear();
+        hashes_.shrink_to_fit();
         return droppedKeys;
     }
 
@@ -164,6 +171,7 @@ private:
     size_t used_ = 0;                 // characters of chars_ in use
     std::vector<uint32_t> keyStart_;  // key e spans [keyStart_[e], keyStart_[e + 1]) of chars_
     std::vector<Record> records_;     // in the order added, dropped duplicates included
+    std::vector<uint64_t> hashes_;    // of the keys added since the last build()
     std::vector<uint32_t> slots_;
     unsigned indexBits_ = 1;
     size_t kept_ = 0;

@@ -55,6 +55,13 @@ TEST(FlatRecordTable, KeysWrittenInPlaceAndAClearedTable) {
     table.build();
     ASSERT_NE(table.find("REG99"), nullptr);
     EXPECT_EQ(*table.find("REG99"), 99);
+    // Built again after more records: old and new keys are found, a repeated one is dropped.
+    table.add("NEW", 100);
+    table.add("REG5", 101);
+    EXPECT_EQ(table.build(), std::vector<std::string>{"REG5"});
+    EXPECT_EQ(*table.find("REG5"), 5);
+    EXPECT_EQ(*table.find("NEW"), 100);
+    EXPECT_EQ(table.size(), 101u);
     table.clear();
     EXPECT_TRUE(table.empty());
     EXPECT_EQ(table.find("REG99"), nullptr);
