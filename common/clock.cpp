@@ -1,12 +1,10 @@
 #include "common/clock.h"
 
 #include <atomic>
-#include <mutex>
 #include <thread>
 
 namespace {
 std::atomic<ManualClock*> g_manual{nullptr};
-std::mutex g_manualLock;  // a manual clock may be read and advanced from several threads
 }  // namespace
 
 void gf_useManualClock(ManualClock* clock) { g_manual.store(clock); }
@@ -14,7 +12,7 @@ ManualClock* gf_manualClock() { return g_manual.load(); }
 
 SteadyTime gf_steadyNow() {
     if (ManualClock* m = g_manual.load()) {
-        std::lock_guard lock(g_manualLock);
+        std::lock_guard guard(m->lock);
         return m->steady;
     }
     return std::chrono::steady_clock::now();
@@ -22,7 +20,7 @@ SteadyTime gf_steadyNow() {
 
 UtcTime gf_utcNow() {
     if (ManualClock* m = g_manual.load()) {
-        std::lock_guard lock(g_manualLock);
+        std::lock_guard guard(m->lock);
         return m->utc;
     }
     return std::chrono::system_clock::now();
@@ -34,7 +32,6 @@ int64_t gf_epochSeconds() {
 
 void gf_sleepFor(std::chrono::milliseconds d) {
     if (ManualClock* m = g_manual.load()) {
-        std::lock_guard lock(g_manualLock);
         m->advance(d);
         return;
     }

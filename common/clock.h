@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 
 using SteadyTime = std::chrono::steady_clock::time_point;
 using UtcTime = std::chrono::system_clock::time_point;
@@ -15,11 +16,14 @@ int64_t gf_epochSeconds();  // gf_utcNow() as seconds since 1970
 // Sleeps on the steady clock. Under a manual clock it advances that clock instead and returns at once.
 void gf_sleepFor(std::chrono::milliseconds d);
 
-// A clock a test owns: time stands still until the test (or a sleep) advances it.
+// A clock a test owns: time stands still until the test (or a sleep) advances it. The test's thread may
+// advance it while the program's threads read it, so both go through its lock.
 struct ManualClock {
     SteadyTime steady{std::chrono::hours(1000)};
     UtcTime utc{std::chrono::seconds(1'767'225'600)};  // 2026-01-01 00:00:00 UTC, a Thursday
+    mutable std::mutex lock;
     void advance(std::chrono::milliseconds d) {
+        std::lock_guard guard(lock);
         steady += d;
         utc += d;
     }
