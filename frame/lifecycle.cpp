@@ -258,12 +258,17 @@ void FinalExit(int32_t seconds) {
         run.exitInProgress = true;
         const int32_t reason = run.exitReason.load();
         gf_logLine(fmt::format("Exiting: {}", gf_exitReasonName(reason)));
-        gf_logLine(fmt::format("This run served {} tick{} and offered {} traffic record{}", loop.tickCount,
-                               gf_plural(loop.tickCount), links::offeredRecords, gf_plural(links::offeredRecords)));
+        const int32_t ticks = loop.tickCount.load();
+        const int64_t offered = links::offeredRecords.load();
+        gf_logLine(fmt::format("This run served {} tick{} and offered {} traffic record{}", ticks, gf_plural(ticks),
+                               offered, gf_plural(offered)));
         if (reason == kExitRestart) gf_showMessage("Prepare for a restart ...", true);
         if (links::sessionExists()) {
             links::stopReaders();
             gf_sleepFor(3s);  // lets the readers' current request end
+            // The logout uses the traffic side's session: it must not overlap a reader still at work.
+            if (!links::waitForReaders(2s))
+                gf_logLine("A reader has not ended after 5 seconds; logging out all the same");
             links::rtLogout();
             // The next start holds back until the service may be visited again: it counts from here.
             LAST_EPOCH_TIME.current = LAST_EPOCH_TIME.clamp(gf_epochSeconds());

@@ -1,11 +1,13 @@
 // How the frame reaches the other subsystems. Each call forwards to the subsystem that owns the work.
 #include "frame/links.h"
 
+#include <chrono>
 #include <mutex>
 #include <thread>
 #include "frame/panel.h"
 
 #include "airports/airport_table.h"
+#include "common/clock.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
@@ -21,7 +23,7 @@
 namespace links {
 
 Answers answers;
-int64_t offeredRecords = 0;
+std::atomic<int64_t> offeredRecords{0};
 bool databaseRead = false;
 
 namespace {
@@ -129,11 +131,22 @@ void stopReaders() {
 }
 void startWeatherReader() {
     lf_trace("startWeatherReader");
+    weatherClient.readerRunning = true;
     std::thread(gf_weatherReaderThread).detach();
 }
 void startTrafficReader() {
     lf_trace("startTrafficReader");
+    trafficReader.readerRunning = true;
     std::thread(gf_trafficReaderThread).detach();
+}
+bool waitForReaders(std::chrono::milliseconds atMost) {
+    using namespace std::chrono_literals;
+    lf_trace("waitForReaders");
+    for (auto waited = 0ms; waited < atMost; waited += 10ms) {
+        if (!weatherClient.readerRunning.load() && !trafficReader.readerRunning.load()) return true;
+        gf_sleepFor(10ms);
+    }
+    return !weatherClient.readerRunning.load() && !trafficReader.readerRunning.load();
 }
 int32_t shownQnh() {
     lf_trace("shownQnh");
@@ -172,7 +185,7 @@ void setAccountKey(const std::string& key) {
 void reserveTables() {
     lf_trace("reserveTables");
     // Traffic records are due in slices of the engine.
-    service.sliceNow = [] { return static_cast<int32_t>(loop.slice); };
+    service.sliceNow = [] { return static_cast<int32_t>(loop.slice.load()); };
 }
 void drainSimEvents() {
     lf_trace("drainSimEvents");

@@ -3,6 +3,8 @@
 // A step whose subsystem has not come yet does nothing there: it never fakes an effect.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -26,7 +28,7 @@ struct Answers {
 };
 extern Answers answers;
 // Traffic records offered to the engine in this process.
-extern int64_t offeredRecords;
+extern std::atomic<int64_t> offeredRecords;
 // The database and the fixes are read once per process; a test clears this to read them again.
 extern bool databaseRead;
 
@@ -56,6 +58,8 @@ bool sessionExists();
 void stopReaders();
 void startWeatherReader();
 void startTrafficReader();
+// Waits until both reader threads have ended, at most `atMost`; true when they have.
+bool waitForReaders(std::chrono::milliseconds atMost);
 int32_t shownQnh();
 int64_t lastSnapshotTime();  // epoch seconds of the last traffic snapshot; 0 none yet
 void setTimeShiftMinutes(int32_t minutes);

@@ -6,12 +6,13 @@
 #include <cstdint>
 
 struct LoopState {
-    int32_t tickCount = 0;                 // T: ticks served since mainLoop began; back to 0 every 86400
-    uint64_t slice = 0;                    // S: slices since process start (10 ms each); never reset
+    // Written by the engine thread; read by the exit on its own thread and by the Traffic Reader.
+    std::atomic<int32_t> tickCount{0};     // T: ticks served since mainLoop began; back to 0 every 86400
+    std::atomic<uint64_t> slice{0};        // S: slices since process start (10 ms each); never reset
     std::atomic<bool> timeShifted{false};  // traffic is asked for in the past
     int32_t notRunningCountdown = 100;     // slices to the next once-a-second chore while the sim is stopped
     double lastSimTime = 0.0;              // the simulator's clock at the last tick, for SIM_TIME; 0 unknown
-    bool inMainLoop = false;               // the engine thread is in mainLoop
+    std::atomic<bool> inMainLoop{false};   // the engine thread is in mainLoop; the exit waits for it to leave
 };
 extern LoopState loop;
 

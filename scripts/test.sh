@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # The full test suite: setup, a plain build with warnings as errors and all tests, then the same tests
-# again in a build with AddressSanitizer and UndefinedBehaviorSanitizer.
+# again in a build with AddressSanitizer and UndefinedBehaviorSanitizer, the tests of the threaded
+# subsystems under ThreadSanitizer, and a short fuzzing run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,6 +22,14 @@ cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZARK_SANITIZE=ON -DZARK_BENC
 cmake --build build-asan -j"$jobs"
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build-asan --output-on-failure -j"$jobs"
+
+echo "== thread sanitizer build (the subsystems with threads of their own) =="
+cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZARK_TSAN=ON -DZARK_BENCH=OFF
+cmake --build build-tsan -j"$jobs" --target test_common test_frame test_service test_simlink \
+  ZARK_P3D simdouble trafficdouble_server
+for t in test_common test_frame test_service test_simlink; do
+  (cd build-tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 "./tests/$t" --gtest_brief=1)
+done
 
 if [ -x scripts/fuzz.sh ]; then
   echo "== fuzzing (short, fixed time) =="

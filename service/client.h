@@ -31,7 +31,10 @@ struct RtClient {
     int32_t rrl = kDefaultRateLimitMs;       // pause between two traffic requests, ms
     int32_t wrrl = kDefaultRateLimitMs;      // pause between two weather requests, ms
     std::atomic<bool> stopRequested{false};  // the reader's loop ends at its next test
-    std::string authAnswer;                  // body of the login or logout answer
+    // The reader thread of this side is started and has not ended. Its last act is to clear it, so the
+    // exit, which logs out with this side's session, sees everything the reader did before.
+    std::atomic<bool> readerRunning{false};
+    std::string authAnswer;  // body of the login or logout answer
 
     void clearSession();  // guid, answers, line, handle
 };

@@ -204,6 +204,7 @@ void gf_trafficReaderThread() {
         gf_reportException("Traffic Reader");
     }
     run.activeThreads--;
+    trafficReader.readerRunning = false;
 }
 
 void gf_offerLiveSample(TrafficRecord& record) {

@@ -170,6 +170,7 @@ void gf_weatherReaderThread() {
         gf_reportException("Weather Reader");
     }
     run.activeThreads--;
+    weatherClient.readerRunning = false;
 }
 
 void gf_weatherLamps() {

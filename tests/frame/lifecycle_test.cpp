@@ -17,6 +17,7 @@
 #include "frame/message.h"
 #include "frame/panel.h"
 #include "frame/params.h"
+#include "service/client.h"
 #include "platform/platform.h"
 #include "platform/window.h"
 #include "support/fixture.h"
@@ -231,4 +232,21 @@ TEST(Instance, ASecondInstanceEndsAtOnceWithMinusOne) {
     fs::remove_all(dir);
     EXPECT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 0);
+}
+
+TEST_F(ExitTest, TheLogoutWaitsForTheReadersButNotForever) {
+    using namespace std::chrono_literals;
+    // Both readers ended: no wait at all.
+    SteadyTime t0 = gf_steadyNow();
+    EXPECT_TRUE(links::waitForReaders(2s));
+    EXPECT_EQ(gf_steadyNow(), t0);
+    // One still at work: the wait gives up after its limit.
+    trafficReader.readerRunning = true;
+    t0 = gf_steadyNow();
+    EXPECT_FALSE(links::waitForReaders(2s));
+    EXPECT_EQ(gf_steadyNow() - t0, 2s);
+    trafficReader.readerRunning = false;
+    weatherClient.readerRunning = true;
+    EXPECT_FALSE(links::waitForReaders(500ms));
+    weatherClient.readerRunning = false;
 }
