@@ -17,9 +17,9 @@
 #include "frame/message.h"
 #include "frame/panel.h"
 #include "frame/params.h"
-#include "service/client.h"
 #include "platform/platform.h"
 #include "platform/window.h"
+#include "service/client.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;
