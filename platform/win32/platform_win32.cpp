@@ -33,8 +33,7 @@ std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, co
     HKEY key = nullptr;
     // 0x20119: KEY_READ | KEY_WOW64_64KEY
     const HKEY root = hive == RegistryHive::CurrentUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
-    if (RegOpenKeyExW(root, lf_wide(subKey).c_str(), 0, 0x20119, &key) != ERROR_SUCCESS)
-        return std::nullopt;
+    if (RegOpenKeyExW(root, lf_wide(subKey).c_str(), 0, 0x20119, &key) != ERROR_SUCCESS) return std::nullopt;
     const std::wstring name = lf_wide(valueName);
     DWORD bytes = 0;
     LONG rc = RegGetValueW(key, nullptr, name.c_str(), RRF_RT_REG_SZ, nullptr, nullptr, &bytes);
