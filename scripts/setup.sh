@@ -9,7 +9,7 @@ packages=(
   libcpp-httplib-dev libssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   libfltk1.3-dev
-  clang-14 libclang-rt-14-dev
+  clang-14 libclang-rt-14-dev clang-format
   python3 curl
   g++-mingw-w64-x86-64-posix
 )

@@ -1,13 +1,21 @@
 #!/usr/bin/env bash
-# The full test suite: setup, a plain build with warnings as errors and all tests, then the same tests
-# again in a build with AddressSanitizer and UndefinedBehaviorSanitizer, the tests of the threaded
-# subsystems under ThreadSanitizer, and a short fuzzing run.
+# The full test suite: setup, a format check, a plain build with warnings as errors and all tests, then
+# the same tests again in a build with AddressSanitizer and UndefinedBehaviorSanitizer, the tests of the
+# threaded subsystems under ThreadSanitizer, and a short fuzzing run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 bash scripts/setup.sh
 
 jobs=$(nproc 2>/dev/null || echo 2)
+
+echo "== format (the project's .clang-format) =="
+if git rev-parse --is-inside-work-tree >/dev/null 2>&1; then
+  git ls-files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+else
+  find common frame service simlink engine parking airports liveries platform tools tests bench main.cpp \
+    \( -name '*.cpp' -o -name '*.h' \) -print0 | xargs -0 clang-format --dry-run -Werror
+fi
 
 echo "== Windows sources (cross compiler, syntax only) =="
 bash scripts/check-windows.sh
