@@ -142,11 +142,9 @@ void startTrafficReader() {
 bool waitForReaders(std::chrono::milliseconds atMost) {
     using namespace std::chrono_literals;
     lf_trace("waitForReaders");
-    for (auto waited = 0ms; waited < atMost; waited += 10ms) {
-        if (!weatherClient.readerRunning.load() && !trafficReader.readerRunning.load()) return true;
-        gf_sleepFor(10ms);
-    }
-    return !weatherClient.readerRunning.load() && !trafficReader.readerRunning.load();
+    const auto ended = [] { return !weatherClient.readerRunning.load() && !trafficReader.readerRunning.load(); };
+    for (auto waited = 0ms; waited < atMost && !ended(); waited += 10ms) gf_sleepFor(10ms);
+    return ended();
 }
 int32_t shownQnh() {
     lf_trace("shownQnh");
