@@ -10,9 +10,9 @@
 #include "airports/closest_stand.h"
 #include "common/numtext.h"
 #include "common/xmlattributes.h"
-#include "frame/errors.h"
-#include "frame/folders.h"
-#include "frame/log.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/log.h"
 
 AirportTable airportTable;
 

@@ -16,7 +16,7 @@
 #include <pugixml.hpp>
 
 #include "airports/airport_table.h"
-#include "frame/folders.h"
+#include "frame/core/folders.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
 

@@ -2,8 +2,8 @@
 
 #include <string>
 
-#include "frame/panel.h"
-#include "frame/params.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 
 void gf_setRunControlsEnabled(bool enabled) {
     gf_setControlEnabled(kReReadButtonId, enabled);

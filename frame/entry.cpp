@@ -3,27 +3,23 @@
 #include <thread>
 
 #include "common/clock.h"
-#include "frame/errors.h"
-#include "frame/folders.h"
+#include "frame/core/core.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
-#include "frame/log.h"
 #include "frame/mainloop.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
 #include "platform/platform.h"
 #include "platform/window.h"
 
 void gf_resetFrame() {
-    gf_resetRunState();
+    gf_resetFrameCore();
     gf_resetLoop();
-    gf_resetMessageLine();
-    gf_resetPanel();
-    gf_resetControls();
-    gf_resetParameters();
-    runPaths = RunPaths{};
     links::answers = {};
     links::offeredRecords = 0;
     links::databaseRead = false;
@@ -78,6 +74,7 @@ int initInstance() {
 
 int gf_processEntry(int /*argc*/, char** /*argv*/) {
     if (!gf_acquireInstanceLock()) return -1;
+    gf_installExitSequence();
     try {
         gf_openLog("Log.txt");
     } catch (const std::exception& e) {

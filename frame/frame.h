@@ -3,9 +3,8 @@
 
 #include <cstdint>
 
-// Back to the state of a fresh process for everything the frame keeps: run-state flags, message line,
-// panel and controls, parameters, the run's paths, and what the frame counts of other subsystems. A restart uses the
-// parts it needs; every test fixture calls it.
+// Back to the state of a fresh process for everything the frame keeps: its services (gf_resetFrameCore),
+// the main loop's counters and what the orchestration keeps of other subsystems. Every test fixture calls it.
 void gf_resetFrame();
 
 // The process: single-instance lock, log, window (headless on a machine without a display), one run.

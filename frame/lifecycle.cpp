@@ -1,92 +1,32 @@
 #include "frame/lifecycle.h"
 
 #include <filesystem>
-#include <mutex>
 #include <thread>
 
 #include "common/clock.h"
 #include "frame/controls.h"
-#include "frame/errors.h"
-#include "frame/folders.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/links.h"
-#include "frame/log.h"
 #include "frame/mainloop.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
 #include "platform/window.h"
 
-RunState run;
-
 namespace {
-std::mutex g_handlerLock;
-ExitHandler g_exitHandler;
-std::atomic<int32_t> g_exitSeconds{0};
-
-// Counts a frame thread in for the time of its body.
-struct ThreadCount {
-    ThreadCount() { ++run.activeThreads; }
-    ~ThreadCount() { --run.activeThreads; }
-    ThreadCount(const ThreadCount&) = delete;
-    ThreadCount& operator=(const ThreadCount&) = delete;
-};
-
 using namespace std::chrono_literals;
 }  // namespace
 
-const char* gf_exitReasonName(int32_t reason) {
-    switch (reason) {
-        case kExitSimClosed: return "SIM WAS CLOSED";
-        case kExitRestart: return "RESTART";
-        case kExitRestartIpp: return "RESTART_IPP";
-        case kExitUserClosed: return "USER CLOSED SIM";
-        case kExitSystemError: return "SYSTEM ERROR";
-        default: return "NOT_YET_SET";
-    }
-}
-
-void gf_setExitHandler(ExitHandler handler) {
-    std::lock_guard lock(g_handlerLock);
-    g_exitHandler = std::move(handler);
-}
-
-void gf_requestExit(int32_t reason, int32_t seconds) {
-    if (run.exitInProgress.load()) return;
-    ExitHandler handler;
-    {
-        std::lock_guard lock(g_handlerLock);
-        handler = g_exitHandler;
-    }
-    if (handler) {
+void gf_installExitSequence() {
+    gf_setExitHandler([](int32_t reason, int32_t seconds) {
+        // Only one FinalExit at a time: the first request wins, later ones are dropped by the flag.
+        bool expected = false;
+        if (!run.exitInProgress.compare_exchange_strong(expected, true)) return;
         run.exitReason.exchange(reason);
-        handler(reason, seconds);
-        return;
-    }
-    // Only one FinalExit at a time: the first request wins, later ones are dropped by the flag.
-    bool expected = false;
-    if (!run.exitInProgress.compare_exchange_strong(expected, true)) return;
-    run.exitReason.exchange(reason);
-    g_exitSeconds = seconds;
-    std::thread([seconds] { FinalExit(seconds); }).detach();
-}
-
-void gf_resetRunState() {
-    run.exitInProgress = false;
-    run.userClosed = false;
-    run.tickPending = false;
-    run.simRunning = false;
-    run.readerStopped = false;
-    run.flightNotRunningSeen = false;
-    run.flushStaticRequested = false;
-    run.reReadRequested = false;
-    run.blockRequested = false;
-    run.parkUpdateRequested = false;
-    run.parkUpdateArmed = false;
-    run.ptOnlySwitched = false;
-    run.parkingBusy = false;
-    run.requestFailed = false;
-    run.activeThreads = 0;
-    run.exitReason = kExitNotYetSet;
+        std::thread([seconds] { FinalExit(seconds); }).detach();
+    });
 }
 
 // ---------------------------------------------------------------- start of a run

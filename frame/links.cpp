@@ -4,7 +4,7 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
-#include "frame/panel.h"
+#include "frame/core/panel.h"
 
 #include "airports/airport_table.h"
 #include "common/clock.h"

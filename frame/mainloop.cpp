@@ -4,12 +4,12 @@
 
 #include "common/clock.h"
 #include "common/timeofweek.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
-#include "frame/log.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
 #include "platform/platform.h"
 
 LoopState loop;

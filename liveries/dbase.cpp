@@ -11,9 +11,9 @@
 
 #include "common/numtext.h"
 #include "common/xmlattributes.h"
-#include "frame/errors.h"
-#include "frame/folders.h"
-#include "frame/log.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/log.h"
 #include "liveries/scramble.h"
 
 DbaseTables dbase;

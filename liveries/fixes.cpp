@@ -3,9 +3,9 @@
 
 #include <pugixml.hpp>
 
-#include "frame/errors.h"
-#include "frame/folders.h"
-#include "frame/log.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/log.h"
 #include "liveries/dbase.h"
 
 FixTables fixes;

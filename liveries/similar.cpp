@@ -4,7 +4,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "frame/log.h"
+#include "frame/core/log.h"
 #include "liveries/dbase.h"
 
 namespace {

@@ -17,6 +17,12 @@ else
     \( -name '*.cpp' -o -name '*.h' \) -print0 | xargs -0 clang-format --dry-run -Werror
 fi
 
+echo "== layering (subsystems use only the frame's services, frame/core/) =="
+if grep -rnE '#include "frame/[A-Za-z_]+\.h"' common service simlink engine parking airports liveries platform; then
+  echo "the lines above include the frame's orchestration; only frame/core/ is the subsystems'" >&2
+  exit 1
+fi
+
 echo "== Windows sources (cross compiler, syntax only) =="
 bash scripts/check-windows.sh
 

@@ -7,9 +7,9 @@
 #include <fmt/format.h>
 
 #include "common/geo.h"
-#include "frame/errors.h"
-#include "frame/log.h"
-#include "frame/params.h"
+#include "frame/core/errors.h"
+#include "frame/core/log.h"
+#include "frame/core/params.h"
 #include "service/client.h"
 #include "service/state.h"
 

@@ -4,7 +4,7 @@
 #include <mutex>
 
 #include "common/clock.h"
-#include "frame/log.h"
+#include "frame/core/log.h"
 
 namespace {
 std::mutex g_settingsLock;  // guards the two settings below; taken only around copies

@@ -5,12 +5,12 @@
 #include <fmt/format.h>
 
 #include "common/clock.h"
-#include "frame/errors.h"
-#include "frame/folders.h"
-#include "frame/lifecycle.h"
-#include "frame/log.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/runstate.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
 #include "service/exchange.h"
 #include "service/state.h"
 

@@ -1,7 +1,7 @@
 // simlink/state.h — what the simulator link remembers between calls, and the interface the program's
 // lifecycle and the engine call. One SimConnect session, owned by the SimClient thread; its dispatch loop
 // turns every millisecond. Run-state flags (run.simRunning, run.tickPending, run.requestFailed) live in
-// frame/lifecycle.h, the panel fields in frame/panel.h.
+// frame/core/runstate.h, the panel fields in frame/core/panel.h.
 #pragma once
 
 #include <atomic>

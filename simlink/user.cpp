@@ -9,11 +9,11 @@
 
 #include <fmt/format.h>
 
-#include "frame/errors.h"
-#include "frame/lifecycle.h"
-#include "frame/log.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/errors.h"
+#include "frame/core/runstate.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
 #include "simlink/handlers.h"
 #include "simlink/state.h"
 

@@ -8,7 +8,7 @@
 
 #include <fmt/format.h>
 
-#include "frame/log.h"
+#include "frame/core/log.h"
 #include "platform/platform.h"
 #include "simlink/transport/inprocess.h"
 #include "simlink/transport/packets.h"

@@ -8,7 +8,7 @@
 
 #include "airports/airport_table.h"
 #include "airports/closest_stand.h"
-#include "frame/errors.h"
+#include "frame/core/errors.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;

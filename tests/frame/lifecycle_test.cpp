@@ -9,14 +9,14 @@
 #include <thread>
 
 #include "common/clock.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
-#include "frame/log.h"
 #include "frame/mainloop.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
 #include "platform/platform.h"
 #include "platform/window.h"
 #include "service/client.h"
@@ -124,7 +124,7 @@ TEST_F(ExitTest, RestartForANewInstallPathKeepsTheScans) {
 }
 
 TEST_F(ExitTest, ASecondRequestDuringAnExitIsDropped) {
-    gf_setExitHandler(nullptr);
+    gf_installExitSequence();
     run.exitInProgress = true;
     gf_requestExit(kExitRestart, 30);
     EXPECT_EQ(run.exitReason, kExitNotYetSet);
@@ -132,7 +132,7 @@ TEST_F(ExitTest, ASecondRequestDuringAnExitIsDropped) {
 }
 
 TEST_F(ExitTest, CloseButtonEndsTheProcessAlsoWhenNoRunStarted) {
-    gf_setExitHandler(nullptr);  // the real exit sequence, on its own thread
+    gf_installExitSequence();  // the real exit sequence, on its own thread
     ASSERT_TRUE(gf_createWindow(100, 200, [](uint32_t m) {
         if (m != kMsgStartRun) gf_windowProcedure(m);
     }));

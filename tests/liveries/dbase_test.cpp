@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "frame/errors.h"
+#include "frame/core/errors.h"
 #include "liveries/dbase.h"
 #include "liveries/dbase_builder.h"
 #include "liveries/scramble.h"

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frame/errors.h"
+#include "frame/core/errors.h"
 #include "liveries/dbase.h"
 #include "liveries/dbase_builder.h"
 #include "liveries/fixes.h"

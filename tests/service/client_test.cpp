@@ -8,10 +8,10 @@
 #include <gmock/gmock.h>
 
 #include "common/clock.h"
-#include "frame/errors.h"
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/errors.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/runstate.h"
 #include "service/exchange.h"
 #include "service/session.h"
 #include "service/state.h"

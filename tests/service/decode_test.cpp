@@ -4,8 +4,8 @@
 #include <gmock/gmock.h>
 
 #include "common/geo.h"
-#include "frame/errors.h"
-#include "frame/params.h"
+#include "frame/core/errors.h"
+#include "frame/core/params.h"
 #include "service/client.h"
 #include "service/state.h"
 #include "service/traffic.h"

@@ -13,10 +13,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 #include "simlink/transport/config.h"
 #include "tools/simdouble/simdouble.h"

@@ -1,9 +1,9 @@
 // What the simulator's notices do to the run: running or not, a new flight or place, frames, exceptions.
 #include <gtest/gtest.h>
 
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <future>
 #include <thread>
 
-#include "frame/lifecycle.h"
-#include "frame/message.h"
+#include "frame/core/message.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 #include "simlink/handlers.h"
 

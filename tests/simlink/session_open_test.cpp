@@ -1,10 +1,10 @@
 // The session as the simulator sees it: what it sets up, in which order, and which simulators it accepts.
 #include <gtest/gtest.h>
 
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 #include "simlink/handlers.h"
 

@@ -1,9 +1,9 @@
 // Requests of the engine and their failures: two only log, the third restarts the run and silences the link.
 #include <gtest/gtest.h>
 
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/params.h"
+#include "frame/core/message.h"
+#include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 
 namespace {

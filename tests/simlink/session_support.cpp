@@ -1,6 +1,6 @@
 #include "session_support.h"
 
-#include "frame/message.h"
+#include "frame/core/message.h"
 #include "liveries/dbase.h"
 
 void SessionTest::SetUp() {

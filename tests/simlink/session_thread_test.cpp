@@ -5,10 +5,10 @@
 #include <thread>
 
 #include "common/clock.h"
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 #include "simlink/transport/config.h"
 

@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include "common/geo.h"
-#include "frame/lifecycle.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/runstate.h"
 #include "session_support.h"
 
 namespace {

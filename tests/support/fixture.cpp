@@ -4,9 +4,9 @@
 #include <sstream>
 
 #include "common/clock.h"
+#include "frame/core/log.h"
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
-#include "frame/log.h"
 #include "platform/platform.h"
 #include "support/resets.h"
 

@@ -31,7 +31,7 @@
 #include <fmt/ranges.h>
 #include <pugixml.hpp>
 
-#include "frame/textfiles.h"
+#include "frame/core/textfiles.h"
 #include "liveries/scramble.h"
 
 namespace fs = std::filesystem;

@@ -9,7 +9,7 @@
 
 #include <fmt/format.h>
 
-#include "frame/textfiles.h"
+#include "frame/core/textfiles.h"
 #include "tools/simdouble/tcp_server.h"
 
 namespace {

@@ -1,10 +1,10 @@
-#include "frame/params.h"
+#include "frame/core/params.h"
 
 #include <fmt/format.h>
 
-#include "frame/log.h"
-#include "frame/panel.h"
-#include "frame/textfiles.h"
+#include "frame/core/log.h"
+#include "frame/core/panel.h"
+#include "frame/core/textfiles.h"
 #include "platform/platform.h"
 
 // clang-format off

@@ -1,4 +1,4 @@
-// frame/errors.h — the program's two exception classes. Both carry a number and a text to the message line.
+// frame/core/errors.h — the program's two exception classes. Both carry a number and a text to the message line.
 #pragma once
 
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "frame/textfiles.h"
+#include "frame/core/textfiles.h"
 #include "platform/platform.h"
 #include "support/fixture.h"
 

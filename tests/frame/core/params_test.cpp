@@ -2,8 +2,8 @@
 
 #include <pugixml.hpp>
 
-#include "frame/panel.h"
-#include "frame/params.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "support/fixture.h"
 
 class ParametersTest : public ZarkTest {

@@ -1,14 +1,14 @@
-#include "frame/message.h"
+#include "frame/core/message.h"
 
 #include <exception>
 #include <mutex>
 #include <new>
 #include <stdexcept>
 
-#include "frame/errors.h"
-#include "frame/lifecycle.h"
-#include "frame/log.h"
-#include "frame/panel.h"
+#include "frame/core/errors.h"
+#include "frame/core/log.h"
+#include "frame/core/panel.h"
+#include "frame/core/runstate.h"
 
 namespace {
 std::mutex g_messageLock;  // taken before the log lock, never after it

@@ -1,4 +1,4 @@
-// frame/log.h — Log.txt: one UTF-8 text file in the install folder, UTC stamps, two earlier generations kept.
+// frame/core/log.h — Log.txt: one UTF-8 text file in the install folder, UTC stamps, two earlier generations kept.
 // Every write takes the log lock, the innermost lock of the program.
 #pragma once
 

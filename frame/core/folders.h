@@ -1,4 +1,4 @@
-// frame/folders.h — the folder tree of the install folder (the current directory), the program version,
+// frame/core/folders.h — the folder tree of the install folder (the current directory), the program version,
 // the migration of parameters.xml from an older version, the detection of the simulator, the account key file.
 #pragma once
 

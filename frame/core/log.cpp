@@ -1,4 +1,4 @@
-#include "frame/log.h"
+#include "frame/core/log.h"
 
 #include <ctime>
 #include <fstream>
@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "common/clock.h"
-#include "frame/errors.h"
+#include "frame/core/errors.h"
 #include "platform/platform.h"
 
 namespace {

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 
-#include "frame/errors.h"
-#include "frame/log.h"
-#include "frame/message.h"
+#include "frame/core/errors.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;

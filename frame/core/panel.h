@@ -1,4 +1,4 @@
-// frame/panel.h — the model of the status window: panel fields, controls and invalidated bands.
+// frame/core/panel.h — the model of the status window: panel fields, controls and invalidated bands.
 // Every thread writes here; the window (or, without a display, the log) only draws this model.
 #pragma once
 

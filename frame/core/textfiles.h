@@ -1,4 +1,4 @@
-// frame/textfiles.h — reading text files in the encodings add-on packages use, and saving files safely.
+// frame/core/textfiles.h — reading text files in the encodings add-on packages use, and saving files safely.
 // Every line comes back as UTF-8 without its line end; a trailing CR of a Windows file is stripped.
 #pragma once
 

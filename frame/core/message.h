@@ -1,4 +1,4 @@
-// frame/message.h — the message line at the bottom of the window, and the one handler of every thread body.
+// frame/core/message.h — the message line at the bottom of the window, and the one handler of every thread body.
 // Three states: empty, message (green strip), error (red strip). Only an explicit clear leaves the error state.
 #pragma once
 

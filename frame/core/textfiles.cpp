@@ -1,11 +1,11 @@
-#include "frame/textfiles.h"
+#include "frame/core/textfiles.h"
 
 #include <fstream>
 #include <sstream>
 #include <system_error>
 
 #include "common/random.h"
-#include "frame/log.h"
+#include "frame/core/log.h"
 #include "platform/platform.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "frame/errors.h"
+#include "frame/core/errors.h"
 
 #include <fmt/format.h>
 

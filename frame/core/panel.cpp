@@ -1,4 +1,4 @@
-#include "frame/panel.h"
+#include "frame/core/panel.h"
 
 #include <unordered_map>
 

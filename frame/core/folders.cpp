@@ -1,4 +1,4 @@
-#include "frame/folders.h"
+#include "frame/core/folders.h"
 
 #include <fstream>
 #include <regex>
@@ -8,12 +8,12 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "frame/errors.h"
-#include "frame/log.h"
-#include "frame/message.h"
-#include "frame/panel.h"
-#include "frame/params.h"
-#include "frame/textfiles.h"
+#include "frame/core/errors.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
+#include "frame/core/params.h"
+#include "frame/core/textfiles.h"
 #include "platform/platform.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-// frame/params.h — every setting of the program: named parameters with default, limits and current value.
+// frame/core/params.h — every setting of the program: named parameters with default, limits and current value.
 // They live in parameters.xml in the roaming application data folder, written at once, one by one,
 // when a value changes. Every subsystem reads `current` directly, without a lock: 32-bit and byte values
 // are atomics; texts that several threads read are changed only on the window thread or at the start of a run.

@@ -3,10 +3,10 @@
 #include <filesystem>
 #include <map>
 
-#include "frame/errors.h"
-#include "frame/folders.h"
-#include "frame/message.h"
-#include "frame/params.h"
+#include "frame/core/errors.h"
+#include "frame/core/folders.h"
+#include "frame/core/message.h"
+#include "frame/core/params.h"
 #include "platform/platform.h"
 #include "support/fixture.h"
 

@@ -2,9 +2,9 @@
 
 #include <new>
 
-#include "frame/errors.h"
-#include "frame/message.h"
-#include "frame/panel.h"
+#include "frame/core/errors.h"
+#include "frame/core/message.h"
+#include "frame/core/panel.h"
 #include "support/fixture.h"
 
 class MessageLineTest : public ZarkTest {};
