@@ -7,10 +7,10 @@
 #include "common/clock.h"
 #include "frame/core/errors.h"
 #include "frame/core/folders.h"
-#include "frame/core/runstate.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
+#include "frame/core/runstate.h"
 #include "service/exchange.h"
 #include "service/state.h"
 

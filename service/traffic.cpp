@@ -9,11 +9,11 @@
 
 #include "common/clock.h"
 #include "common/geo.h"
-#include "frame/core/runstate.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "liveries/dbase.h"
 #include "service/exchange.h"
 #include "service/session.h"

@@ -10,9 +10,9 @@
 
 #include <fmt/format.h>
 
-#include "frame/core/runstate.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
+#include "frame/core/runstate.h"
 #include "simlink/handlers.h"
 #include "simlink/state.h"
 

@@ -9,11 +9,11 @@
 
 #include "common/clock.h"
 #include "frame/core/errors.h"
-#include "frame/core/runstate.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "platform/platform.h"
 #include "simlink/handlers.h"
 #include "simlink/state.h"
