@@ -1,3 +1,39 @@
 #include "engine/state.h"
 
-void gf_resetEngine() {}
+EngineState engine;
+
+void gf_reserveEngineTables() {
+    engine.active.reserve(kActiveReserve);
+    engine.parked.reserve(kParkedReserve);
+    engine.creationReady.reserve(kCreationReadyReserve);
+    engine.ghostList.reserve(kGhostListReserve);
+    std::lock_guard lock(simQueues.eventLock);
+    simQueues.delayList.reserve(kDelayListReserve);
+}
+
+void gf_clearEngineTables() {
+    engine.active.clear();
+    engine.parked.clear();
+    engine.creationReady.clear();
+    engine.checkQueue.clear();
+    engine.removalQueue.clear();
+    engine.liveCreationQueue.clear();
+    engine.staticCreationQueue.clear();
+    engine.ghostList.clear();
+    engine.batchCounter = 200;
+    engine.batchLeft = 0;
+    engine.batchDouble = false;
+    engine.removeAllRequested = false;
+    std::lock_guard lock(simQueues.eventLock);
+    simQueues.delayList.clear();
+}
+
+void gf_resetEngine() {
+    gf_clearEngineTables();
+    engine.slice = 0;
+    engine.offeredRecords = 0;
+    engine.acceptedSamples = 0;
+    engine.actsCreated = 0;
+    engine.recreations = 0;
+    engine.positionsSent = 0;
+}
