@@ -1,9 +1,58 @@
-// engine/admission.h — whether an aircraft that has no simulator object yet may enter the simulator.
+// engine/admission.h — whether an aircraft that has no simulator object yet may enter the simulator, now,
+// later or never; which aircraft makes way for it; how it is first placed; and how a live aircraft
+// replaces a parked one that stands for the same real aircraft.
+//
+// The rules of gf_admitAct have a fixed order, each with one of three effects:
+//   drop  `drop` is set, the record goes at the next compaction;
+//   skip  the head is taken off the stream (an aircraft with one sample left is dropped instead);
+//   wait  nothing changes, the rules run again in the next slice.
+// A ghost is a second report of one flight under its callsign plus "_": the main aircraft wins.
 #pragma once
 
-#include "engine/act.h"
+#include <string>
 
-// Runs the admission rules on an Act in New, once per slice from the motion step. It may leave the
-// aircraft waiting, take off its head, set `drop`, or place it: then `state` is Creating and its hexid
-// is on engine.creationReady. True when it was placed.
+#include "engine/act.h"
+#include "service/record.h"
+
+constexpr double kMarginNm = 0.1;  // an aircraft this much farther out than the newcomer makes way for it
+
+// A record for a hexid that has no Act: makes the Act if its type and category may fly and it is not in
+// the middle of touching down or lifting off. True when an Act was appended to the active table.
+bool gf_offerNewAircraft(const TrafficRecord& record);
+// False for a record between 0 and 10000 ft (both excluded) within 120 ft of the park airport's elevation
+// (-1000 ft without a park airport): such an aircraft is touching down or lifting off.
+bool lf_outsideFieldBand(const TrafficRecord& record);
+
+// The rules of admission, once per slice on an Act in New. True when it was placed: `state` is
+// Creating and its hexid is on engine.creationReady.
 bool gf_admitAct(Act& act);
+
+// MAX_LIVE was changed (window, park airport): the farthest live aircraft go until the count fits.
+void gf_applyMaxLive();
+
+// The review of a new, landed or arrived aircraft against the parked ones (one per tick, check queue).
+void gf_reviewAgainstParked(Act& act);
+// Every 61 ticks for an Act on the ground and Live: a parked twin under "callsign*" or the same reg goes.
+void gf_parkedWithSameCallsign(const Act& act);
+
+// Category, half span and the per-category values of a record, from its model; the two pitches jittered.
+void gf_setCategoryValues(AcBase& ac);
+
+// --- the single rules, for the tests and the neighbours that need one of them ---
+
+// Room for a newcomer at `distanceNm` from the user: removes the farthest live aircraft if it lies more
+// than kMarginNm farther out. True when there is none and the newcomer must go.
+bool lf_makeRoomForLive(double distanceNm);
+// An Act not Removing has this callsign without its last character.
+bool lf_mainExistsForGhost(const std::string& callsign);
+// The ghost "callsign_" goes for good: on the ghost list, dropped or removed.
+void lf_removeGhostOf(const std::string& callsign);
+// Two live aircraft want the stand `sid`: true when the walk over the existing ones ends; `refused` tells
+// whether the newcomer must go. Only an existing Act AtStand, Live, on the same stand takes part.
+bool lf_claimStand(const Act& newcomer, Act& existing, const std::string& standName, bool& refused);
+// True when `parked` must make way for `act` (same hexid of parked traffic, same reg, same or coupled
+// callsign); logs the reason.
+bool lf_parkedYieldsToLive(const ParkedAc& parked, const Act& act, const std::string& shortCallsign, bool onGround);
+// The parked aircraft on a stand that a live one takes: removed, or its queued creation cancelled.
+// True when the walk over the parked table ends here.
+bool lf_parkedMakesPlace(const std::string& standName, uint32_t sid, const Act& act, ParkedAc& parked);
