@@ -2,7 +2,9 @@
 // placed shortly before its head falls due, airborne or taxiing, without a livery check.
 #include "engine/admission.h"
 
+#include "engine/records.h"
 #include "engine/state.h"
+#include "frame/core/log.h"
 
 bool gf_admitAct(Act& act) {
     if (act.stream.empty()) {
@@ -29,4 +31,24 @@ bool gf_admitAct(Act& act) {
     act.held = false;
     engine.creationReady.push_back(act.hexid);
     return true;
+}
+
+void gf_removeGhostOf(const std::string& callsign) {
+    const std::string ghost = callsign + "_";
+    for (Act& act : engine.active) {
+        if (act.callsign != ghost || act.state == ActState::Removing) continue;
+        if (gf_logAircraft()) {
+            if (act.phase == ActPhase::AtStand)
+                gf_logf("{:8}: {:8} is a ghost and will be removed, continue with {}", "unknown", act.callsign,
+                        callsign);
+            else
+                gf_logf("          {:8} is a ghost and will be removed, continue with {}", act.callsign, callsign);
+        }
+        engine.ghostList.push_back(act.callsign);
+        if (act.state == ActState::New)
+            act.drop = true;
+        else
+            gf_removeAct(act);
+        return;
+    }
 }
