@@ -6,7 +6,7 @@
 #include <fmt/format.h>
 
 #include "common/geo.h"
-#include "engine/removal.h"
+#include "engine/records.h"
 #include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
@@ -14,16 +14,12 @@
 #include "frame/core/params.h"
 #include "liveries/dbase.h"
 #include "liveries/matching.h"
-#include "service/state.h"
 #include "simlink/user.h"
 
 namespace {
 
 constexpr int32_t kLeadAirborneSlices = 100;  // an airborne or standing head is placed 1 s before it is due
 constexpr int32_t kLeadRollingSlices = 300;   // a rolling one 3 s before
-constexpr double kFieldBandFt = 120.0;        // within this of the field an aircraft is touching down or lifting off
-constexpr double kFieldBandCeilingFt = 10000.0;
-constexpr double kNoParkAirportElevationFt = -1000.0;
 constexpr double kUserSlowKt = 8.0;                    // a held aircraft waits while the user rolls faster
 constexpr double kHeldGroundNm = 500.0 / 1852.0;       // 500 m: a held aircraft waits while this close
 constexpr double kUserGroundNm = 0.08099352051835854;  // 150 m around a user on the ground
@@ -41,8 +37,6 @@ constexpr double kApproachPitchDeg = -3.0;             // pitch at zero vertical
 constexpr double kPitchPerFpmDeg = 2.2 / 600.0;        // degrees of pitch per foot per minute
 constexpr double kMaxClimbFpm = 2400.0;                // vertical speeds beyond these add no pitch
 constexpr double kMaxDescentFpm = -3000.0;             // ... and a descent counts half
-constexpr double kRotatePitchJitterPercent = 2.5;
-constexpr double kClimbPitchJitterPercent = 5.0;
 constexpr const char* kNoCallsign = "@@@@@@@@";  // what the service sends for an unknown callsign
 
 LatLon lf_userPosition() { return {user.userSnapshot.latitude, user.userSnapshot.longitude}; }
@@ -127,7 +121,8 @@ void lf_takeRegistration(Act& act) {
         // A record without a valid type keeps the reported one: a wrong type is worse than a rough one.
         if (type != act.model && gf_isValidModel(type)) {
             act.model = type;
-            gf_setCategoryValues(act);
+            gf_applyCategory(act, gf_modelCategory(type));
+            act.halfSpan = gf_halfWingspan(type);
         }
         if (!r->opr.empty()) act.airline = std::string(r->opr.view());
         act.cargo = r->cargo;
@@ -218,98 +213,11 @@ bool lf_placeAct(Act& act) {
     act.state = ActState::Creating;
     act.held = false;
     engine.creationReady.push_back(act.hexid);
-    if (!lf_isGhost(act.callsign)) lf_removeGhostOf(act.callsign);
+    if (!lf_isGhost(act.callsign)) gf_removeGhostOf(act.callsign);
     return true;
-}
-
-Sample lf_sampleOf(const TrafficRecord& r) {
-    Sample s;
-    s.latitude = r.latitude;
-    s.longitude = r.longitude;
-    s.bank = r.bank;
-    s.trueHeading = r.trueHeading;
-    s.altitude = r.altitude;
-    s.groundSpeed = r.groundSpeed;
-    s.track = r.track;
-    s.verticalSpeed = r.verticalSpeed;
-    s.airspeed = r.airspeed;
-    s.dueTick = r.dueTick;
-    s.airborne = r.airborne;
-    s.stopped = r.stopped;
-    s.hasHeading = r.hasHeading;
-    return s;
-}
-
-// A new Act from a record that passed the filters, appended to the active table.
-void lf_makeAct(const TrafficRecord& r, const std::string& model) {
-    Act act;
-    act.airline = r.airline;
-    act.model = model;
-    act.from = r.from;
-    act.to = r.to;
-    act.callsign = r.callsign;
-    act.altCallsign1 = r.callsign;
-    act.reg = r.reg;
-    act.hexid = r.hexid;
-    gf_setCategoryValues(act);
-    act.stream.push_back(lf_sampleOf(r));
-    act.lastTimestamp = r.timestamp;
-    engine.active.push_back(std::move(act));
-    ++engine.actsCreated;
 }
 
 }  // namespace
-
-void gf_setCategoryValues(AcBase& ac) {
-    ac.category = gf_modelCategory(ac.model);
-    ac.halfSpan = gf_halfWingspan(ac.model);
-    const CategoryValues& v = gf_categoryValues(ac.category);
-    ac.flareSlots = v.flareSlots;
-    ac.onGroundSlots = v.onGroundSlots;
-    ac.rotateSlots = v.rotateSlots;
-    ac.liftOffSlots = v.liftOffSlots;
-    ac.rotatePitch = gf_jitter(v.rotatePitchDeg, kRotatePitchJitterPercent) * kDegToRad;
-    ac.climbPitch = gf_jitter(v.climbPitchDeg, kClimbPitchJitterPercent) * kDegToRad;
-    ac.taxiTurnRate = gf_perSecondToPerSlice(v.taxiTurnRateDps);
-    ac.turnRate = ac.taxiTurnRate;
-    ac.maxAltRate = v.maxAltRate;
-    ac.slowSpeed = v.slowSpeed;
-}
-
-bool lf_outsideFieldBand(const TrafficRecord& record) {
-    double elevation = kNoParkAirportElevationFt;
-    if (service.parkAirportSet.load() && !std::isnan(service.parkAirportElevation.load()))
-        elevation = service.parkAirportElevation.load();
-    const bool inBand = record.altitude > 0.0 && record.altitude < kFieldBandCeilingFt &&
-                        std::fabs(record.altitude - elevation) <= kFieldBandFt;
-    return !inBand;
-}
-
-bool gf_offerNewAircraft(const TrafficRecord& record) {
-    std::string model = record.model;
-    if (model.empty()) model = gf_dbaseType(record.reg);
-    if (!gf_isValidModel(model)) {
-        model = gf_dbaseType(record.reg);
-        if (model.empty()) return false;
-    }
-    switch (gf_modelCategory(model)) {
-        case ModelCategory::Buzjets:
-        case ModelCategory::Large:
-        case ModelCategory::Heavy: break;
-        case ModelCategory::Light:
-            if (!LIGHT_AIRCRAFT.current) return false;
-            break;
-        case ModelCategory::HighPerf:
-            if (!HIGH_PERF_AIRCRAFT.current) return false;
-            break;
-        case ModelCategory::Rotorcraft:
-            if (!HELICOPTERS.current) return false;
-            break;
-    }
-    if (!lf_outsideFieldBand(record)) return false;
-    lf_makeAct(record, model);
-    return true;
-}
 
 bool gf_admitAct(Act& act) {
     // 1, 2: the timing test comes first: it holds a waiting aircraft back with one comparison.
@@ -420,11 +328,11 @@ bool lf_mainExistsForGhost(const std::string& callsign) {
     return false;
 }
 
-void lf_removeGhostOf(const std::string& callsign) {
+void gf_removeGhostOf(const std::string& callsign) {
     const std::string ghostCallsign = callsign + "_";
     for (Act& a : engine.active) {
         if (a.callsign != ghostCallsign || a.state == ActState::Removing) continue;
-        if (LOG.current) {
+        if (gf_logAircraft()) {
             if (a.phase == ActPhase::AtStand)
                 gf_logf("{:8}: {:8} is a ghost and will be removed, continue with {}", gf_standName(a.sid), a.callsign,
                         callsign);

@@ -12,16 +12,8 @@
 #include <string>
 
 #include "engine/act.h"
-#include "service/record.h"
 
 constexpr double kMarginNm = 0.1;  // an aircraft this much farther out than the newcomer makes way for it
-
-// A record for a hexid that has no Act: makes the Act if its type and category may fly and it is not in
-// the middle of touching down or lifting off. True when an Act was appended to the active table.
-bool gf_offerNewAircraft(const TrafficRecord& record);
-// False for a record between 0 and 10000 ft (both excluded) within 120 ft of the park airport's elevation
-// (-1000 ft without a park airport): such an aircraft is touching down or lifting off.
-bool lf_outsideFieldBand(const TrafficRecord& record);
 
 // The rules of admission, once per slice on an Act in New. True when it was placed: `state` is
 // Creating and its hexid is on engine.creationReady.
@@ -35,9 +27,6 @@ void gf_reviewAgainstParked(Act& act);
 // Every 61 ticks for an Act on the ground and Live: a parked twin under "callsign*" or the same reg goes.
 void gf_parkedWithSameCallsign(const Act& act);
 
-// Category, half span and the per-category values of a record, from its model; the two pitches jittered.
-void gf_setCategoryValues(AcBase& ac);
-
 // --- the single rules, for the tests and the neighbours that need one of them ---
 
 // Room for a newcomer at `distanceNm` from the user: removes the farthest live aircraft if it lies more
@@ -45,8 +34,9 @@ void gf_setCategoryValues(AcBase& ac);
 bool lf_makeRoomForLive(double distanceNm);
 // An Act not Removing has this callsign without its last character.
 bool lf_mainExistsForGhost(const std::string& callsign);
-// The ghost "callsign_" goes for good: on the ghost list, dropped or removed.
-void lf_removeGhostOf(const std::string& callsign);
+// The ghost "callsign_" goes for good: on the ghost list, dropped or removed (also when a live aircraft
+// takes the main callsign).
+void gf_removeGhostOf(const std::string& callsign);
 // Two live aircraft want the stand `sid`: true when the walk over the existing ones ends; `refused` tells
 // whether the newcomer must go. Only an existing Act AtStand, Live, on the same stand takes part.
 bool lf_claimStand(const Act& newcomer, Act& existing, const std::string& standName, bool& refused);

@@ -5,11 +5,10 @@
 #include <fmt/format.h>
 
 #include "engine/admission.h"
-#include "engine/removal.h"
+#include "engine/records.h"
 #include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
-#include "frame/core/params.h"
 
 namespace {
 
@@ -19,7 +18,7 @@ std::string_view lf_stripped(std::string_view c) { return c.empty() ? c : c.subs
 
 template <typename... Args>
 void lf_logEvent(fmt::format_string<Args...> f, Args&&... args) {
-    if (LOG.current) gf_logf(f, std::forward<Args>(args)...);
+    if (gf_logAircraft()) gf_logf(f, std::forward<Args>(args)...);
 }
 
 }  // namespace

@@ -20,6 +20,7 @@ void gf_clearEngineTables() {
     engine.liveCreationQueue.clear();
     engine.staticCreationQueue.clear();
     engine.ghostList.clear();
+    engine.unknownModels.clear();
     engine.batchCounter = 200;
     engine.batchLeft = 0;
     engine.batchDouble = false;

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "engine/act.h"
@@ -27,6 +28,9 @@ struct EngineState {
     std::deque<CreateRequest> liveCreationQueue;    // one created per 500 ms, before the static ones
     std::deque<CreateRequest> staticCreationQueue;  // parked aircraft, when no live one waits
     std::vector<std::string> ghostList;             // callsigns with "_" of ghosts a main aircraft replaced
+
+    std::unordered_set<uint32_t> unknownModels;  // hexids whose model the database could not give: refused at once
+    std::string parkIata;  // IATA code of the park airport, empty when none; written by the park airport tracking
 
     int32_t slice = 0;  // S of the slice in progress; set by the frame at the start of each slice
 

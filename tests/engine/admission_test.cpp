@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "engine/admission.h"
+#include "engine/intake.h"
 #include "engine/state.h"
 #include "frame/core/params.h"
 #include "liveries/dbase.h"
@@ -66,8 +67,10 @@ protected:
     }
     // An aircraft offered with three samples a second apart, moving north; the Act is returned.
     Act& newcomer(uint32_t hexid, const std::string& callsign, LatLon at, double altitude = 5000.0) {
-        const TrafficRecord r = record(hexid, callsign, at, altitude);
-        EXPECT_TRUE(gf_offerNewAircraft(r));
+        TrafficRecord r = record(hexid, callsign, at, altitude);
+        const size_t before = engine.active.size();
+        gf_offerLiveSample(r);
+        EXPECT_EQ(engine.active.size(), before + 1);
         Act& a = engine.active.back();
         for (int i = 1; i < 3; ++i) {
             Sample s = a.stream.front();
@@ -436,14 +439,15 @@ TEST_F(AdmissionTest, OfferedRecordsThatNeverBecomeAircraft) {
         {"no type with a known registration", 8000.0, "", "HB-JLP", true, "A321"},
         {"a helicopter while helicopters are off", 8000.0, "EC35", "", false},
     };
+    uint32_t hexid = 0x4B1801;
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         gf_clearEngineTables();
         HELICOPTERS.current = false;
-        TrafficRecord r = record(0x4B1801, "SWR123", lf_north(5.0), c.altitude);
+        TrafficRecord r = record(++hexid, "SWR123", lf_north(5.0), c.altitude);
         r.model = c.model;
         r.reg = c.reg;
-        EXPECT_EQ(gf_offerNewAircraft(r), c.made);
+        gf_offerLiveSample(r);
         ASSERT_EQ(engine.active.size(), c.made ? 1u : 0u);
         if (c.made) {
             EXPECT_EQ(engine.active[0].model, c.modelMade);
