@@ -18,8 +18,8 @@
 
 namespace {
 
-constexpr int32_t kLeadAirborneSlices = 100;  // an airborne or standing head is placed 1 s before it is due
-constexpr int32_t kLeadRollingSlices = 300;   // a rolling one 3 s before
+constexpr int32_t kLeadAirborneSlices = 100;           // an airborne or standing head is placed 1 s before it is due
+constexpr int32_t kLeadRollingSlices = 300;            // a rolling one 3 s before
 constexpr double kUserSlowKt = 8.0;                    // a held aircraft waits while the user rolls faster
 constexpr double kHeldGroundNm = 500.0 / 1852.0;       // 500 m: a held aircraft waits while this close
 constexpr double kUserGroundNm = 0.08099352051835854;  // 150 m around a user on the ground
@@ -37,7 +37,7 @@ constexpr double kApproachPitchDeg = -3.0;             // pitch at zero vertical
 constexpr double kPitchPerFpmDeg = 2.2 / 600.0;        // degrees of pitch per foot per minute
 constexpr double kMaxClimbFpm = 2400.0;                // vertical speeds beyond these add no pitch
 constexpr double kMaxDescentFpm = -3000.0;             // ... and a descent counts half
-constexpr const char* kNoCallsign = "@@@@@@@@";  // what the service sends for an unknown callsign
+constexpr const char* kNoCallsign = "@@@@@@@@";        // what the service sends for an unknown callsign
 
 LatLon lf_userPosition() { return {user.userSnapshot.latitude, user.userSnapshot.longitude}; }
 LatLon lf_at(const Sample& s) { return {s.latitude, s.longitude}; }
@@ -198,7 +198,7 @@ bool lf_placeAct(Act& act) {
     lf_stationaryStart(act);
     if (act.phase == ActPhase::Unplaced) {
         if (!gf_matchLive(act)) {
-            gf_noMatchAircraft().insert(gf_keyOf(act));
+            gf_bookNoMatch(act);
             act.drop = true;
             return false;
         }
@@ -281,7 +281,7 @@ bool gf_admitAct(Act& act) {
     }
     lf_airlineFromCallsign(act);
     // 13: found no livery before: not matched again.
-    if (gf_noMatchAircraft().count(gf_keyOf(act)) != 0) {
+    if (gf_isBookedNoMatch(act)) {
         act.drop = true;
         return false;
     }

@@ -207,9 +207,8 @@ void gf_trafficReaderThread() {
     trafficReader.readerRunning = false;
 }
 
-void gf_offerLiveSample(TrafficRecord& record) {
-    // The engine looks here first for an Act with this hexid (a new sample of it), then for one with the
-    // same callsign and model (one aircraft under two addresses): both ignore the admission below.
+// What a queued live record is handed to when the engine is not the one draining the queue (tools, tests).
+static void lf_offerQueued(TrafficRecord& record) {
     if (record.model.empty()) record.model = gf_dbaseType(record.reg);
     if (service.admit)
         service.admit(record);
@@ -224,7 +223,7 @@ size_t gf_drainLiveQueue() {
         std::lock_guard lock(service.trafficLock);
         taken.swap(service.liveQueue);
     }
-    for (TrafficRecord& r : taken) gf_offerLiveSample(r);
+    for (TrafficRecord& r : taken) lf_offerQueued(r);
     return taken.size();
 }
 

@@ -24,9 +24,8 @@ void lf_updateArea();
 // 0 is the initial load (kept only while acceptTraffic is set); above 0 goes to the live queue.
 void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds);
 
-// Engine side: one record of the live queue or of the initial load, offered to the active table.
-void gf_offerLiveSample(TrafficRecord& record);
-// Engine thread, start of a slice: offers every queued live record in arrival order. Returns how many.
+// Takes every queued live record in arrival order to service.admit (else to service.offered); returns how
+// many. The engine drains the queue itself (gf_workTrafficBuffer); this serves tools and tests.
 size_t gf_drainLiveQueue();
 // Static parking: takes the seen sets and stops collecting.
 void gf_takeSeenAircraft(std::unordered_set<std::string>& callsigns, std::unordered_set<uint32_t>& hexids);
