@@ -4,10 +4,16 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
-#include "frame/core/panel.h"
 
 #include "airports/airport_table.h"
 #include "common/clock.h"
+#include "engine/creation.h"
+#include "engine/events.h"
+#include "engine/intake.h"
+#include "engine/motion.h"
+#include "engine/records.h"
+#include "engine/state.h"
+#include "frame/core/panel.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
@@ -166,8 +172,11 @@ void updateWeatherLamps() {
 }
 void setAcceptTraffic(bool accept) {
     lf_trace("setAcceptTraffic");
-    std::lock_guard lock(service.trafficLock);
-    service.acceptTraffic = accept;
+    gf_setAcceptTraffic(accept);
+}
+void holdTrafficUntilLoop() {
+    lf_trace("holdTrafficUntilLoop");
+    gf_holdTrafficUntilLoop();
 }
 void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
 void resetReaders() {
@@ -179,51 +188,90 @@ void setAccountKey(const std::string& key) {
     service.accountKey = key;
 }
 
-// --- live traffic engine: the tables are empty until the engine comes ---
+// --- live traffic engine ---
 void reserveTables() {
     lf_trace("reserveTables");
+    gf_reserveEngineTables();
     // Traffic records are due in slices of the engine.
     service.sliceNow = [] { return static_cast<int32_t>(loop.slice.load()); };
 }
 void drainSimEvents() {
     lf_trace("drainSimEvents");
-    // No aircraft of ours is in the simulator yet: the reports have no one to go to.
-    gf_drainSimEvents([](const SimEvent&) {});
+    // The first step of each slice: every engine step of this slice sees the same S.
+    engine.slice = static_cast<int32_t>(loop.slice.load());
+    gf_drainEngineEvents();
 }
-void moveAircraft() { lf_trace("moveAircraft"); }
-void removeNextObject() { lf_trace("removeNextObject"); }
-void removeAllQueuedObjects() { lf_trace("removeAllQueuedObjects"); }
+void moveAircraft() {
+    lf_trace("moveAircraft");
+    gf_moveAircraft();
+}
+void removeNextObject() {
+    lf_trace("removeNextObject");
+    gf_removeNextObject();
+}
+void removeAllQueuedObjects() {
+    lf_trace("removeAllQueuedObjects");
+    gf_removeAllQueuedObjects();
+}
 bool createNextLive() {
     lf_trace("createNextLive");
-    return false;
+    return gf_createNextLive();
 }
-void createNextStatic() { lf_trace("createNextStatic"); }
+void createNextStatic() {
+    lf_trace("createNextStatic");
+    gf_createNextStatic();
+}
 void placeNextStatic() { lf_trace("placeNextStatic"); }
 void workTrafficBuffer() {
     lf_trace("workTrafficBuffer");
-    // The records of each snapshot are offered at the start of the next slice. Until the engine admits
-    // aircraft they are counted and let go, so that a long run does not hoard them.
-    offeredRecords += static_cast<int64_t>(gf_drainLiveQueue());
-    service.offered.clear();
-    std::lock_guard lock(service.trafficLock);
-    offeredRecords += static_cast<int64_t>(service.initialLoad.size());
-    service.initialLoad.clear();
+    offeredRecords += static_cast<int64_t>(gf_workTrafficBuffer());
 }
-void queueReadyForCreation() { lf_trace("queueReadyForCreation"); }
+void queueReadyForCreation() {
+    lf_trace("queueReadyForCreation");
+    gf_queueReadyForCreation();
+}
 bool anyAircraftLanding() {
     lf_trace("anyAircraftLanding");
-    return false;
+    return gf_anyAircraftLanding();
 }
-void recountAircraft() { lf_trace("recountAircraft"); }
+void recountAircraft() {
+    lf_trace("recountAircraft");
+    const AircraftCounts counts = gf_countAircraft();
+    const bool changed = panel.liveShown.exchange(counts.liveMoving) != counts.liveMoving ||
+                         panel.parkedLiveCount.exchange(counts.liveAtStand) != counts.liveAtStand ||
+                         panel.parkedStaticCount.exchange(counts.parkedLive) != counts.parkedLive;
+    if (changed) gf_invalidate(Band::Status);
+}
 void reviewCheckQueue() { lf_trace("reviewCheckQueue"); }
 void collisionChecks() { lf_trace("collisionChecks"); }
-void removeBlockedCallsign(const std::string&) { lf_trace("removeBlockedCallsign"); }
+void removeBlockedCallsign(const std::string& callsign) {
+    lf_trace("removeBlockedCallsign");
+    for (Act& act : engine.active) {
+        if (act.callsign == callsign && act.state == ActState::Live) {
+            gf_removeAct(act);
+            return;
+        }
+    }
+}
 void removeParkedDuplicates() { lf_trace("removeParkedDuplicates"); }
-void removeAllLive() { lf_trace("removeAllLive"); }
-void clearEngineTables() { lf_trace("clearEngineTables"); }
+void removeAllLive() {
+    lf_trace("removeAllLive");
+    // A time shift asks from the window thread while the engine walks its tables: the engine does it
+    // at its next slice. After the loop (the end of a run) it is done here.
+    if (loop.inMainLoop.load())
+        engine.removeAllRequested = true;
+    else
+        gf_removeAllLive();
+}
+void clearEngineTables() {
+    lf_trace("clearEngineTables");
+    gf_clearEngineTables();
+    gf_setAcceptTraffic(false);
+}
 bool parkedTableEmpty() {
     lf_trace("parkedTableEmpty");
-    return answers.parkedTableEmpty.value_or(true);
+    if (answers.parkedTableEmpty) return *answers.parkedTableEmpty;
+    return engine.parked.empty();
 }
 void makeFlightPlanFolder() { lf_trace("makeFlightPlanFolder"); }
 void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
