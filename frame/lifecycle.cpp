@@ -98,7 +98,7 @@ void lf_startTraffic() {
         panel.serviceNotStarted = false;
         gf_flushLog();
         if (gf_exitFlagSet()) return;
-        links::setAcceptTraffic(false);
+        links::holdTrafficUntilLoop();
         links::setQueryPosition(links::userPosition());
         links::computeQueryBox();
         if (!links::rtLogin()) return;

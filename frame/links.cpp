@@ -4,19 +4,19 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
-#include "frame/core/errors.h"
-#include "frame/core/log.h"
-#include "frame/core/message.h"
-#include "frame/core/panel.h"
-#include "frame/core/params.h"
 
 #include "airports/airport_table.h"
 #include "common/clock.h"
+#include "engine/creation.h"
+#include "engine/events.h"
+#include "engine/intake.h"
+#include "engine/motion.h"
+#include "engine/records.h"
+#include "engine/state.h"
+#include "frame/core/panel.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
-#include "liveries/liveries_file.h"
-#include "liveries/matching.h"
 #include "service/client.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -172,8 +172,11 @@ void updateWeatherLamps() {
 }
 void setAcceptTraffic(bool accept) {
     lf_trace("setAcceptTraffic");
-    std::lock_guard lock(service.trafficLock);
-    service.acceptTraffic = accept;
+    gf_setAcceptTraffic(accept);
+}
+void holdTrafficUntilLoop() {
+    lf_trace("holdTrafficUntilLoop");
+    gf_holdTrafficUntilLoop();
 }
 void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
 void resetReaders() {
@@ -185,51 +188,90 @@ void setAccountKey(const std::string& key) {
     service.accountKey = key;
 }
 
-// --- live traffic engine: the tables are empty until the engine comes ---
+// --- live traffic engine ---
 void reserveTables() {
     lf_trace("reserveTables");
+    gf_reserveEngineTables();
     // Traffic records are due in slices of the engine.
     service.sliceNow = [] { return static_cast<int32_t>(loop.slice.load()); };
 }
 void drainSimEvents() {
     lf_trace("drainSimEvents");
-    // No aircraft of ours is in the simulator yet: the reports have no one to go to.
-    gf_drainSimEvents([](const SimEvent&) {});
+    // The first step of each slice: every engine step of this slice sees the same S.
+    engine.slice = static_cast<int32_t>(loop.slice.load());
+    gf_drainEngineEvents();
 }
-void moveAircraft() { lf_trace("moveAircraft"); }
-void removeNextObject() { lf_trace("removeNextObject"); }
-void removeAllQueuedObjects() { lf_trace("removeAllQueuedObjects"); }
+void moveAircraft() {
+    lf_trace("moveAircraft");
+    gf_moveAircraft();
+}
+void removeNextObject() {
+    lf_trace("removeNextObject");
+    gf_removeNextObject();
+}
+void removeAllQueuedObjects() {
+    lf_trace("removeAllQueuedObjects");
+    gf_removeAllQueuedObjects();
+}
 bool createNextLive() {
     lf_trace("createNextLive");
-    return false;
+    return gf_createNextLive();
 }
-void createNextStatic() { lf_trace("createNextStatic"); }
+void createNextStatic() {
+    lf_trace("createNextStatic");
+    gf_createNextStatic();
+}
 void placeNextStatic() { lf_trace("placeNextStatic"); }
 void workTrafficBuffer() {
     lf_trace("workTrafficBuffer");
-    // The records of each snapshot are offered at the start of the next slice. Until the engine admits
-    // aircraft they are counted and let go, so that a long run does not hoard them.
-    offeredRecords += static_cast<int64_t>(gf_drainLiveQueue());
-    service.offered.clear();
-    std::lock_guard lock(service.trafficLock);
-    offeredRecords += static_cast<int64_t>(service.initialLoad.size());
-    service.initialLoad.clear();
+    offeredRecords += static_cast<int64_t>(gf_workTrafficBuffer());
 }
-void queueReadyForCreation() { lf_trace("queueReadyForCreation"); }
+void queueReadyForCreation() {
+    lf_trace("queueReadyForCreation");
+    gf_queueReadyForCreation();
+}
 bool anyAircraftLanding() {
     lf_trace("anyAircraftLanding");
-    return false;
+    return gf_anyAircraftLanding();
 }
-void recountAircraft() { lf_trace("recountAircraft"); }
+void recountAircraft() {
+    lf_trace("recountAircraft");
+    const AircraftCounts counts = gf_countAircraft();
+    const bool changed = panel.liveShown.exchange(counts.liveMoving) != counts.liveMoving ||
+                         panel.parkedLiveCount.exchange(counts.liveAtStand) != counts.liveAtStand ||
+                         panel.parkedStaticCount.exchange(counts.parkedLive) != counts.parkedLive;
+    if (changed) gf_invalidate(Band::Status);
+}
 void reviewCheckQueue() { lf_trace("reviewCheckQueue"); }
 void collisionChecks() { lf_trace("collisionChecks"); }
-void removeBlockedCallsign(const std::string&) { lf_trace("removeBlockedCallsign"); }
+void removeBlockedCallsign(const std::string& callsign) {
+    lf_trace("removeBlockedCallsign");
+    for (Act& act : engine.active) {
+        if (act.callsign == callsign && act.state == ActState::Live) {
+            gf_removeAct(act);
+            return;
+        }
+    }
+}
 void removeParkedDuplicates() { lf_trace("removeParkedDuplicates"); }
-void removeAllLive() { lf_trace("removeAllLive"); }
-void clearEngineTables() { lf_trace("clearEngineTables"); }
+void removeAllLive() {
+    lf_trace("removeAllLive");
+    // A time shift asks from the window thread while the engine walks its tables: the engine does it
+    // at its next slice. After the loop (the end of a run) it is done here.
+    if (loop.inMainLoop.load())
+        engine.removeAllRequested = true;
+    else
+        gf_removeAllLive();
+}
+void clearEngineTables() {
+    lf_trace("clearEngineTables");
+    gf_clearEngineTables();
+    gf_setAcceptTraffic(false);
+}
 bool parkedTableEmpty() {
     lf_trace("parkedTableEmpty");
-    return answers.parkedTableEmpty.value_or(true);
+    if (answers.parkedTableEmpty) return *answers.parkedTableEmpty;
+    return engine.parked.empty();
 }
 void makeFlightPlanFolder() { lf_trace("makeFlightPlanFolder"); }
 void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
@@ -260,53 +302,13 @@ void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
 void setParkingControls(bool) { lf_trace("setParkingControls"); }
 
 // --- liveries ---
-// The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved
-// list like any other start, and the request stays ticked for the version that scans.
-void scanLiveries(bool scan) {
-    lf_trace("scanLiveries");
-    std::vector<std::string> folders;
-    if (scan) {
-        const bool manual = !LIG_AUTOMATIC.current;
-        gf_showMessage(
-            LIG_PRIORITIZE.current && manual ? "Scanning prioritized for liveries ..." : "Scanning for liveries ...",
-            true);
-        gf_logLine(fmt::format("\n++++++++++++++++++++++++ liveries scan {} starts ++++++++++++++++++++++++++++++++",
-                               manual ? "manual" : "automatic"));
-        if (manual) {
-            for (const ParString& f : lfolder)
-                if (!f.current.empty()) folders.push_back(f.current);
-            if (folders.empty())
-                throw zel::UserErrorException(
-                    48,
-                    "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)");
-        }
-    } else {
-        gf_logLine("\n++++++++++++++++++++++++ liveries scan starts ++++++++++++++++++++++++++++++++");
-    }
-    gf_getLiveries(scan, LIG_AUTOMATIC.current, LIG_PRIORITIZE.current, folders);
-    gf_logLine("-------------------------- liveries scan ends   --------------------------------\n");
-}
+void scanLiveries(bool) { lf_trace("scanLiveries"); }
 void scanAirports() { lf_trace("scanAirports"); }
-void forgetNoMatchAircraft() {
-    lf_trace("forgetNoMatchAircraft");
-    gf_clearNoMatch();
-}
-void logNoMatch() {
-    lf_trace("logNoMatch");
-    gf_logNoMatch();
-}
-void logMatchingSummary() {
-    lf_trace("logMatchingSummary");
-    gf_matchingSummary();
-}
-void clearHexidLiveries() {
-    lf_trace("clearHexidLiveries");
-    gf_clearHexidLiveries();
-}
-void clearNotCreatedNames() {
-    lf_trace("clearNotCreatedNames");
-    gf_clearUnmakeableAircraft();
-}
+void forgetNoMatchAircraft() { lf_trace("forgetNoMatchAircraft"); }
+void logNoMatch() { lf_trace("logNoMatch"); }
+void logMatchingSummary() { lf_trace("logMatchingSummary"); }
+void clearHexidLiveries() { lf_trace("clearHexidLiveries"); }
+void clearNotCreatedNames() { lf_trace("clearNotCreatedNames"); }
 
 // --- data at start ---
 void readDatabaseOnce() {

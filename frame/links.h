@@ -64,7 +64,8 @@ int32_t shownQnh();
 int64_t lastSnapshotTime();  // epoch seconds of the last traffic snapshot; 0 none yet
 void setTimeShiftMinutes(int32_t minutes);
 void updateWeatherLamps();
-void setAcceptTraffic(bool accept);  // under the traffic lock
+void setAcceptTraffic(bool accept);  // under the traffic lock; a refusal empties what waits for the engine
+void holdTrafficUntilLoop();         // start of a run: the history is kept until the loop accepts traffic
 void fetchParkedTraffic();
 void resetReaders();
 void setAccountKey(const std::string& key);

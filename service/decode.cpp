@@ -12,6 +12,7 @@
 #include "frame/core/params.h"
 #include "service/client.h"
 #include "service/state.h"
+#include "simlink/queues.h"
 
 namespace {
 using json = nlohmann::json;
@@ -135,10 +136,7 @@ void TrafficReader::processLiveLine() {
             if (notBlocked) {
                 notBlocked = false;
                 blockedCallsign = blocked;
-                {
-                    std::lock_guard lock(service.trafficLock);
-                    service.removals.push_back({r.hexid, 5});
-                }
+                gf_pushSimEvent({0, r.hexid, 0, kSimBlocked, 0.0, 0.0});
                 gf_logf("Reader: Live aircraft {} blocked", callsign);
             } else if (blockedCallsign != blocked) {
                 gf_logf("Reader: Live aircraft {} no longer blocked", blockedCallsign);

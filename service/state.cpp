@@ -72,9 +72,10 @@ void gf_resetService() {
     {
         std::lock_guard lock(service.trafficLock);
         service.acceptTraffic = false;
+        service.holdUntilLoop = true;
         service.initialLoad.clear();
         service.liveQueue.clear();
-        service.removals.clear();
+        service.liveDropped = 0;
     }
     service.accountKey.clear();
     service.qnh = 1013;
@@ -86,8 +87,6 @@ void gf_resetService() {
     gf_setQueryPosition(0.0, 0.0, 0.0);
     gf_clearParkAirport();
     service.sliceNow = [] { return 0; };
-    service.admit = nullptr;
-    service.offered.clear();
     for (RtClient* c : {static_cast<RtClient*>(&weatherClient), static_cast<RtClient*>(&trafficReader)}) {
         c->clearSession();
         c->toffset = 0;

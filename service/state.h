@@ -13,19 +13,18 @@
 
 #include "service/record.h"
 
-// A removal the decoder asks for (a blocked callsign); the simulator link drains these.
-struct RemovalAsk {
-    uint32_t hexid = 0;
-    int32_t reason = 0;  // 5: blocked by the user
-};
-
 struct ServiceState {
     // --- the traffic lock and what it guards ---
-    std::mutex trafficLock;                  // taken after the message line lock, before the event queue lock
-    bool acceptTraffic = false;              // the engine takes an initial load
-    std::vector<TrafficRecord> initialLoad;  // the paced list of the first snapshot; the engine drains it
-    std::deque<TrafficRecord> liveQueue;     // live records in arrival order, offered at the next slice
-    std::vector<RemovalAsk> removals;        // asked by the decoder, taken by the simulator link
+    std::mutex trafficLock;      // taken after the message line lock, before the event queue lock
+    bool acceptTraffic = false;  // the flight runs and the engine is in its loop: snapshots are taken
+    // The run has not entered its loop yet: the history and the first snapshots are kept for it. The
+    // engine's slice counter stands still until then, so their due slices stay ahead of it.
+    bool holdUntilLoop = true;
+    std::vector<TrafficRecord> initialLoad;  // the paced list of the history's oldest snapshot
+    // Live records in arrival order; the engine takes them all at the next slice. Bounded, and emptied
+    // whenever traffic is refused, so a simulator that sits in a menu piles nothing up.
+    std::deque<TrafficRecord> liveQueue;
+    int64_t liveDropped = 0;  // records refused because the queue was full
 
     std::string accountKey;  // the user's key for the service; read at start
 
@@ -48,9 +47,6 @@ struct ServiceState {
 
     // The engine's slice counter S; the engine installs its reader before the Traffic Reader starts.
     std::function<int32_t()> sliceNow = [] { return 0; };
-    // Admission of a new aircraft: the engine installs it; until then records land in `offered`.
-    std::function<void(TrafficRecord&)> admit;
-    std::vector<TrafficRecord> offered;  // engine thread only: what gf_offerLiveSample passed on
 };
 extern ServiceState service;
 

@@ -14,7 +14,6 @@
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
 #include "frame/core/runstate.h"
-#include "liveries/dbase.h"
 #include "service/exchange.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -82,14 +81,26 @@ void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds) {
         const auto tenths = static_cast<int32_t>((r.timestamp - reference) * 10.0);
         r.dueTick = base + tenths * 10;
     }
+    size_t dropped = 0;
     {
         std::lock_guard lock(service.trafficLock);
-        if (delaySeconds > 0) {
-            for (TrafficRecord& r : batch) service.liveQueue.push_back(std::move(r));
-        } else if (service.acceptTraffic && service.initialLoad.empty()) {
-            service.initialLoad = batch;
+        if (service.acceptTraffic || service.holdUntilLoop) {
+            if (delaySeconds > 0) {
+                auto& queue = service.liveQueue;
+                for (TrafficRecord& r : batch) {
+                    if (queue.size() >= kLiveQueueLimit) {
+                        ++dropped;
+                        continue;
+                    }
+                    queue.push_back(std::move(r));
+                }
+                service.liveDropped += static_cast<int64_t>(dropped);
+            } else if (service.initialLoad.empty()) {
+                service.initialLoad = batch;
+            }
         }
     }
+    if (dropped > 0) gf_logMarkf("{} traffic records dropped: the engine takes none", dropped);
     batch.clear();
 }
 
@@ -207,24 +218,21 @@ void gf_trafficReaderThread() {
     trafficReader.readerRunning = false;
 }
 
-// What a queued live record is handed to when the engine is not the one draining the queue (tools, tests).
-static void lf_offerQueued(TrafficRecord& record) {
-    if (record.model.empty()) record.model = gf_dbaseType(record.reg);
-    if (service.admit)
-        service.admit(record);
-    else
-        service.offered.push_back(record);
+void gf_setAcceptTraffic(bool accept) {
+    std::lock_guard lock(service.trafficLock);
+    service.acceptTraffic = accept;
+    service.holdUntilLoop = false;
+    if (accept) return;
+    service.liveQueue.clear();
+    service.initialLoad.clear();
 }
 
-size_t gf_drainLiveQueue() {
-    static thread_local std::deque<TrafficRecord> taken;
-    taken.clear();
-    {
-        std::lock_guard lock(service.trafficLock);
-        taken.swap(service.liveQueue);
-    }
-    for (TrafficRecord& r : taken) lf_offerQueued(r);
-    return taken.size();
+void gf_holdTrafficUntilLoop() {
+    std::lock_guard lock(service.trafficLock);
+    service.acceptTraffic = false;
+    service.holdUntilLoop = true;
+    service.liveQueue.clear();
+    service.initialLoad.clear();
 }
 
 void gf_takeSeenAircraft(std::unordered_set<std::string>& callsigns, std::unordered_set<uint32_t>& hexids) {

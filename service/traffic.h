@@ -11,6 +11,7 @@
 constexpr int32_t kLiveDelaySeconds = 30;      // a live snapshot is shown this far behind its reference time
 constexpr int32_t kHistoryCount = 5;           // buffered snapshots of the history request
 constexpr int32_t kHistorySpacingSeconds = 6;  // seconds between two of them
+constexpr size_t kLiveQueueLimit = 8192;       // records; the engine takes them every 10 ms while it runs
 
 // Thread body of the Traffic Reader.
 void gf_trafficReaderThread();
@@ -21,12 +22,13 @@ bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code);
 // Recomputes the query box from the query position and the range; main thread.
 void lf_updateArea();
 // Gives `batch` to the engine with due ticks `delaySeconds` ahead and empties it.
-// 0 is the initial load (kept only while acceptTraffic is set); above 0 goes to the live queue.
+// 0 is the initial load, above 0 goes to the live queue; both only while traffic is accepted or held.
 void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds);
-
-// Takes every queued live record in arrival order to service.admit (else to service.offered); returns how
-// many. The engine drains the queue itself (gf_workTrafficBuffer); this serves tools and tests.
-size_t gf_drainLiveQueue();
+// Traffic accepted (the flight runs in the loop) or refused (the flight stopped, the run ends): a refusal
+// empties the live queue and the initial load. Takes the traffic lock.
+void gf_setAcceptTraffic(bool accept);
+// Start of a run: what the Traffic Reader hands over is kept until the loop accepts it.
+void gf_holdTrafficUntilLoop();
 // Static parking: takes the seen sets and stops collecting.
 void gf_takeSeenAircraft(std::unordered_set<std::string>& callsigns, std::unordered_set<uint32_t>& hexids);
 // Main loop, every 15 ticks while the session is up: traffic lamp 1 or 2 from liveCount.

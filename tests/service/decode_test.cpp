@@ -9,6 +9,7 @@
 #include "service/client.h"
 #include "service/state.h"
 #include "service/traffic.h"
+#include "simlink/queues.h"
 #include "support/fixture.h"
 
 using json = nlohmann::json;
@@ -234,12 +235,12 @@ TEST_F(DecodeTest, BlockedCallsignIsRemovedOnceAndReleasedWhenTheUserTypesAnothe
     BLOCK_CALLSIGN.current = "SWR137H";
     EXPECT_FALSE(decode(line()));
     EXPECT_FALSE(decode(line()));
-    {
-        std::lock_guard lock(service.trafficLock);
-        ASSERT_EQ(service.removals.size(), 1u);
-        EXPECT_EQ(service.removals[0].hexid, 0x4b1614u);
-        EXPECT_EQ(service.removals[0].reason, 5);
-    }
+    // The engine hears of it through the simulator event queue, as a removal of kind 5.
+    const std::vector<SimEvent> events = gf_takeSimEvents();
+    ASSERT_EQ(events.size(), 1u);
+    EXPECT_EQ(events[0].kind, kSimBlocked);
+    EXPECT_EQ(events[0].hexid, 0x4b1614u);
+    EXPECT_EQ(events[0].objectId, 0u);
     EXPECT_TRUE(logHas("Reader: Live aircraft SWR137H blocked"));
     BLOCK_CALLSIGN.current = "EDW229";
     json other = line();
@@ -374,15 +375,16 @@ TEST_F(HandOverTest, EmptyBatchClearsTheTrafficTime) {
     EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0);
 }
 
-TEST_F(HandOverTest, InitialLoadOnlyWhileAcceptedAndEmpty) {
+TEST_F(HandOverTest, InitialLoadOnlyWhileTakenAndEmpty) {
+    gf_setAcceptTraffic(false);  // the flight does not run
     batchOf({1.0, 2.0});
     lf_handOverSnapshot(trafficReader, 0);
     {
         std::lock_guard lock(service.trafficLock);
         EXPECT_TRUE(service.initialLoad.empty());
         EXPECT_TRUE(service.liveQueue.empty());
-        service.acceptTraffic = true;
     }
+    gf_holdTrafficUntilLoop();  // a run starts: the history arrives before its loop
     batchOf({1.0, 2.0, 3.0});
     lf_handOverSnapshot(trafficReader, 0);
     batchOf({4.0});
@@ -393,14 +395,24 @@ TEST_F(HandOverTest, InitialLoadOnlyWhileAcceptedAndEmpty) {
     EXPECT_EQ(service.initialLoad[0].dueTick, -100);
 }
 
-TEST_F(HandOverTest, QueuedRecordsAreOfferedInArrivalOrderWithTheirType) {
-    batchOf({1.0, 2.0, 3.0});
-    trafficReader.batch[1].reg = "HB-IJK";
+// While the simulator sits in a menu nothing piles up, and what waited goes at the refusal: no backlog
+// with due slices in the past arrives on resume. A full queue refuses the rest of a snapshot.
+TEST_F(HandOverTest, LiveQueueIsEmptiedOnRefusalAndBounded) {
+    gf_setAcceptTraffic(true);
+    batchOf({1.0, 2.0});
     lf_handOverSnapshot(trafficReader, 30);
-    std::vector<uint32_t> order;
-    service.admit = [&](TrafficRecord& r) { order.push_back(r.hexid); };
-    EXPECT_EQ(gf_drainLiveQueue(), 3u);
-    EXPECT_THAT(order, testing::ElementsAre(0x400000u, 0x400001u, 0x400002u));
-    EXPECT_EQ(gf_drainLiveQueue(), 0u);
+    EXPECT_EQ(liveDueTicks().size(), 2u);
+    gf_setAcceptTraffic(false);
+    EXPECT_TRUE(liveDueTicks().empty());
+    for (int i = 0; i < 100; ++i) {
+        batchOf({1.0, 2.0, 3.0});
+        lf_handOverSnapshot(trafficReader, 30);
+    }
+    EXPECT_TRUE(liveDueTicks().empty());
+    gf_setAcceptTraffic(true);
+    trafficReader.batch.assign(kLiveQueueLimit + 5, TrafficRecord{});
+    lf_handOverSnapshot(trafficReader, 30);
+    EXPECT_EQ(liveDueTicks().size(), kLiveQueueLimit);
+    EXPECT_TRUE(logHas("===> 5 traffic records dropped: the engine takes none"));
 }
 }  // namespace
