@@ -15,6 +15,7 @@
 #include "simlink/transport/packets.h"
 
 namespace simdouble {
+constexpr uint32_t kFirstAiObjectId = 3;
 
 using scwire::PacketReader;
 using scwire::PacketWriter;
@@ -757,7 +758,8 @@ SimDouble::SimDouble(Scenario scenario) : scenario_(std::move(scenario)) {
     o.groundSpeed = u.motion == "stand" ? 0 : u.speed;
     o.track.push_back({0, o.latitude, o.longitude, o.altitude, o.pitch, o.bank, o.heading, o.onGround});
     o.lastTrackMs = 0;
-    nextObjectId_ = scenario_.userObjectId + 1;
+    // Prepar3D gives AI objects ids well above the user's; ids 1 and 2 are never an AI aircraft.
+    nextObjectId_ = std::max<uint32_t>(scenario_.userObjectId + 1, kFirstAiObjectId);
     std::stable_sort(scenario_.script.begin(), scenario_.script.end(),
                      [](const ScriptAction& a, const ScriptAction& b) { return a.atMs < b.atMs; });
 }

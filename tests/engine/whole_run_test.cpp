@@ -1,0 +1,144 @@
+// Whole runs of the recorded Zurich flights through the program and the simulator double, in process:
+// what the simulator shows must be the real flights, 30 s late, under installed liveries.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+
+#include <fmt/format.h>
+
+#include "common/geo.h"
+#include "frame/links.h"
+#include "support/fixture.h"
+#include "tools/harness/harness.h"
+
+namespace {
+
+constexpr double kDelayS = 30.0;
+constexpr int64_t kRunMs = 15 * 60 * 1000;  // flights 0 to 9 begin in these 15 minutes (one every 97 s)
+constexpr size_t kFewestPoints = 20;        // track points (one a second) of an object worth measuring
+constexpr double kCreationLagS = 4.0;       // placement to the first move: creation pace, scan, 2 s delay
+constexpr double kMedianAtBestM = 100.0;    // off the track at the object's own delay
+constexpr double kMedianAt30M = 500.0;      // ... and at exactly 30 s: the lag at 250 kt
+
+// The horizontal distance, at each point the double recorded of an object, from where its flight was
+// `delayS` earlier.
+std::vector<double> lf_errorsAt(const harness::Harness& h, const simdouble::SimObject& o, int flight, double delayS,
+                                bool airborneOnly = false) {
+    std::vector<double> metres;
+    for (const simdouble::TrackPoint& p : o.track) {
+        if (airborneOnly && p.onGround) continue;
+        const auto then = h.recordedPosition(static_cast<size_t>(flight), h.utcAtSimMs(p.atMs) - delayS);
+        if (then) metres.push_back(gf_distanceNm({p.latitude, p.longitude}, *then) * 1852.0);
+    }
+    return metres;
+}
+
+double lf_median(std::vector<double> v) {
+    if (v.empty()) return 0.0;
+    std::nth_element(v.begin(), v.begin() + static_cast<long>(v.size() / 2), v.end());
+    return v[v.size() / 2];
+}
+
+// The delay, in half seconds, at which the flying object lies closest to its recorded flight (by the
+// median); on the ground, where aircraft stand and roll slowly, any delay fits about as well.
+double lf_bestDelay(const harness::Harness& h, const simdouble::SimObject& o, int flight) {
+    double best = 0.0, bestMedian = 1e12;
+    for (double d = 25.0; d <= 40.0; d += 0.5) {
+        const double m = lf_median(lf_errorsAt(h, o, flight, d, true));
+        if (m < bestMedian) {
+            bestMedian = m;
+            best = d;
+        }
+    }
+    return best;
+}
+
+class WholeRunTest : public ZarkTest {
+protected:
+    harness::Options options() const { return harness::gf_zurichOptions(gf_sourceDir(), gf_binaryDir()); }
+    // Every object's track beside its recorded flight 30 s earlier, to be looked at when a test fails.
+    void exportTracks(const harness::Harness& h) {
+        std::ofstream out(root_ / "tracks.csv");
+        out << "tail,object,simMs,lat,lon,alt,recordedLat,recordedLon\n";
+        for (const simdouble::SimObject* o : h.aiObjects()) {
+            const int flight = h.flightOfCallsign(o->tail);
+            for (const simdouble::TrackPoint& p : o->track) {
+                const auto then = flight < 0
+                                      ? std::nullopt
+                                      : h.recordedPosition(static_cast<size_t>(flight), h.utcAtSimMs(p.atMs) - kDelayS);
+                out << fmt::format("{},{},{},{:.6f},{:.6f},{:.0f},{:.6f},{:.6f}\n", o->tail, o->id, p.atMs, p.latitude,
+                                   p.longitude, p.altitude, then ? then->lat : 0.0, then ? then->lon : 0.0);
+            }
+        }
+        ADD_FAILURE() << "tracks written to " << (root_ / "tracks.csv");
+    }
+};
+
+TEST_F(WholeRunTest, RecordedFlightsAppearUnderInstalledTitlesAndFollowTheirTracks30SecondsLate) {
+    harness::Harness h(options());
+    ASSERT_TRUE(h.start());
+    h.runFor(kRunMs);
+    const auto objects = h.aiObjects();
+    ASSERT_TRUE(h.removeAllAndSettle());
+
+    const auto& installed = h.sim().scenario().titles;
+    std::vector<std::string> tails;
+    for (const simdouble::SimObject* o : objects) {
+        SCOPED_TRACE(o->tail);
+        tails.push_back(o->tail);
+        EXPECT_NE(std::find(installed.begin(), installed.end(), o->title), installed.end()) << o->title;
+        EXPECT_GE(h.flightOfCallsign(o->tail), 0);
+        EXPECT_GE(o->removedMs, 0) << "still in the simulator";
+    }
+    EXPECT_GE(tails.size(), 6u);
+
+    // Each object lies on its flight as it was 30 s earlier, plus the seconds its creation took: it is
+    // placed 1 s before its first sample is due and moves only once the simulator has made it.
+    size_t measured = 0, flying = 0;
+    for (const simdouble::SimObject* o : objects) {
+        SCOPED_TRACE(fmt::format("{} object {}", o->tail, o->id));
+        const int flight = h.flightOfCallsign(o->tail);
+        if (flight < 0 || o->track.size() < kFewestPoints) continue;
+        ++measured;
+        EXPECT_LT(lf_median(lf_errorsAt(h, *o, flight, kDelayS)), kMedianAt30M);
+        if (lf_errorsAt(h, *o, flight, kDelayS, true).size() < kFewestPoints) continue;
+        ++flying;
+        const double delay = lf_bestDelay(h, *o, flight);
+        EXPECT_GE(delay, kDelayS);
+        EXPECT_LE(delay, kDelayS + kCreationLagS);
+        EXPECT_LT(lf_median(lf_errorsAt(h, *o, flight, delay, true)), kMedianAtBestM);
+    }
+    EXPECT_GE(measured, 10u);
+    EXPECT_GE(flying, 4u);
+    const bool bad = HasFailure();
+    if (bad) exportTracks(h);
+}
+
+// A type the database does not know never becomes an aircraft; an airline it does not know flies like any
+// other, and one whose type has no livery is named in the log's "No match found for" list. The others fly.
+TEST_F(WholeRunTest, UnknownTypesAndAirlinesCostOnlyTheirOwnAircraft) {
+    harness::Options o = options();
+    auto& flights = o.traffic.flights;
+    flights.at(1).type = "XX99";  // AFR181L
+    flights.at(1).reg.clear();
+    flights.at(12).callsign = "QQQ879";  // a B789, whose registration would name its airline
+    flights.at(12).reg.clear();
+    flights.at(3).callsign = "QQQ570";  // an A320
+    flights.at(3).reg.clear();
+    o.typesWithoutLivery = {"B789"};
+    harness::Harness h(o);
+    ASSERT_TRUE(h.start());
+    h.runFor(8 * 60 * 1000);
+    links::logNoMatch();
+    ASSERT_TRUE(h.removeAllAndSettle());
+
+    EXPECT_EQ(h.objectWithTail("AFR181L"), nullptr);
+    EXPECT_EQ(h.objectWithTail("QQQ879"), nullptr);
+    EXPECT_TRUE(logHas("\nNo match found for: \nQQQ B789 \n"));
+    ASSERT_NE(h.objectWithTail("QQQ570"), nullptr);
+    EXPECT_EQ(h.objectWithTail("QQQ570")->title, "Generic A320");
+    for (const char* flying : {"CAI3208", "SWR137H", "SWR75C"}) EXPECT_NE(h.objectWithTail(flying), nullptr) << flying;
+}
+
+}  // namespace

@@ -1,0 +1,205 @@
+#include "tools/harness/harness.h"
+
+#include <algorithm>
+#include <cmath>
+#include <set>
+
+#include "frame/core/folders.h"
+#include "frame/core/params.h"
+#include "frame/core/runstate.h"
+#include "frame/links.h"
+#include "frame/mainloop.h"
+#include "liveries/dbase.h"
+#include "liveries/liveries_file.h"
+#include "liveries/state.h"
+#include "service/state.h"
+#include "service/traffic.h"
+#include "simlink/state.h"
+#include "simlink/user.h"
+
+namespace harness {
+namespace fs = std::filesystem;
+
+namespace {
+constexpr int64_t kSliceMs = 10;
+constexpr int64_t kClientTurnMs = 1;  // SimClient dispatches every millisecond
+constexpr double kQueryBoxDeg = 1.0;  // the snapshot's box around the user: wider than any range
+constexpr int64_t kStartLimitMs = 10000;
+
+// The program reads its data relative to the install folder, which is the current directory.
+void lf_provideData(const fs::path& install) {
+    if (!fs::exists(folders::input) && fs::exists(install / "input"))
+        fs::create_directory_symlink(fs::absolute(install / "input"), folders::input);
+    const fs::path scanned = install / folders::liveriesScanned;
+    if (!fs::exists(folders::liveriesScanned) && fs::exists(scanned)) {
+        fs::create_directories(folders::output);
+        fs::copy_file(scanned, folders::liveriesScanned);
+    }
+}
+
+// One generic livery per type that the traffic flies: every aircraft finds a title.
+void lf_genericLiveries(const tdbl::Scenario& traffic, const std::vector<std::string>& leftOut) {
+    std::set<std::string> types;
+    for (const tdbl::Flight& f : traffic.flights)
+        if (!f.type.empty()) types.insert(f.type);
+    for (const std::string& t : leftOut) types.erase(t);
+    for (const std::string& t : types) {
+        LiveryData d;
+        d.airline = kGenericAirline;
+        d.model = t;
+        d.title = "Generic " + t;
+        liveries.liveryList.push_back(d);
+    }
+    gf_processScannedLiveries();
+}
+}  // namespace
+
+Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
+    Options o;
+    o.sim = simdouble::gf_loadScenario(sourceDir / "data" / "demo" / "simulator_lszh.json");
+    o.traffic = tdbl::gf_zurichScenario(sourceDir);
+    o.install = binaryDir / "install";
+    return o;
+}
+
+Harness::Harness(Options options) : options_(std::move(options)) { gf_useManualClock(&clock_); }
+
+Harness::~Harness() {
+    gf_resetSimlink();  // closes the session while the double still stands
+    gf_setInProcessServer(nullptr);
+    gf_useManualClock(nullptr);
+}
+
+double Harness::utcNow() const {
+    std::lock_guard guard(clock_.lock);
+    return std::chrono::duration<double>(clock_.utc.time_since_epoch()).count();
+}
+
+bool Harness::start() {
+    lf_provideData(options_.install);
+    gf_readDbase();
+    if (fs::exists(folders::liveriesScanned))
+        gf_getLiveries(false, false, false, {});
+    else if (options_.genericLiveries)
+        lf_genericLiveries(options_.traffic, options_.typesWithoutLivery);
+    // The simulator has exactly the liveries of the list installed, unless the scenario says otherwise.
+    if (options_.sim.titles.empty())
+        for (const std::string& title : liveries.titleStore) options_.sim.titles.push_back(title);
+    gf_setParkAirport(options_.parkAirport.lat, options_.parkAirport.lon, options_.parkElevationFt);
+
+    sim_ = std::make_unique<simdouble::SimDouble>(options_.sim);
+    simEpochUtc_ = utcNow();
+    server_ = std::make_unique<simdouble::InProcessSimulator>(*sim_);
+    traffic_ = std::make_unique<tdbl::TrafficDouble>(options_.traffic);
+    reader_ = std::make_unique<TrafficReader>();
+    gf_setInProcessServer(server_.get());
+
+    links::reserveTables();
+    run.requestFailed = false;
+    simlink.expectedVersion = P3D_VERSION.current;  // what starting SimClient would copy
+    if (!gf_openSimConnect()) return false;
+    links::requestUserOnGroundData();
+    // The simulator's first answers: running, the ground flag, the user's position.
+    for (int64_t ms = 0; ms < kStartLimitMs; ms += kClientTurnMs) {
+        sim_->advance(kClientTurnMs);
+        gf_simClientStep();
+        if (ms % 100 == 0) links::requestUserSnapshot();
+        clock_.advance(std::chrono::milliseconds(kClientTurnMs));
+        if (run.simRunning.load() && user.userOnGroundKnown.load() && !gf_isNullBox(links::userPosition())) break;
+    }
+    if (!run.simRunning.load() || gf_isNullBox(links::userPosition())) return false;
+    const LatLon at = links::userPosition();
+    reader_->userLatitude = at.lat;
+    reader_->userLongitude = at.lon;
+    gf_setAcceptTraffic(true);
+    nextPollMs_ = 0;
+    return true;
+}
+
+void Harness::slice() {
+    for (int64_t ms = 0; ms < kSliceMs; ms += kClientTurnMs) {
+        sim_->advance(kClientTurnMs);
+        gf_simClientStep();
+    }
+    if (trafficOn_ && slices_ * kSliceMs >= nextPollMs_) {
+        pollNow();
+        nextPollMs_ += options_.pollEveryMs;
+    }
+    lf_slice();
+    clock_.advance(std::chrono::milliseconds(kSliceMs));
+    ++slices_;
+}
+
+void Harness::runFor(int64_t ms) {
+    for (int64_t t = 0; t < ms; t += kSliceMs) slice();
+}
+
+bool Harness::runUntil(const std::function<bool()>& done, int64_t ms) {
+    for (int64_t t = 0; t < ms && !done(); t += kSliceMs) slice();
+    return done();
+}
+
+void Harness::pollNow() {
+    const double lat = reader_->userLatitude, lon = reader_->userLongitude;
+    const nlohmann::json data =
+        traffic_->snapshot(utcNow(), lat + kQueryBoxDeg, lat - kQueryBoxDeg, lon - kQueryBoxDeg, lon + kQueryBoxDeg);
+    reader_->batch.clear();
+    for (const auto& line : data) {
+        reader_->line = line;
+        reader_->processLiveLine();
+    }
+    lf_handOverSnapshot(*reader_, kLiveDelaySeconds);
+}
+
+bool Harness::removeAllAndSettle(int64_t ms) {
+    // As the exit does it: no more traffic and no more engine slices; what is in the simulator is removed
+    // at once, and what was still being created goes as soon as the simulator names it.
+    stopTraffic();
+    links::removeAllLive();
+    for (int64_t t = 0; t < ms; t += kSliceMs) {
+        links::removeAllQueuedObjects();
+        if (t > 0 && sim_->aiObjects(true).empty()) return true;
+        for (int64_t turn = 0; turn < kSliceMs; turn += kClientTurnMs) {
+            sim_->advance(kClientTurnMs);
+            gf_simClientStep();
+        }
+        if (t % 100 == 0) links::requestAircraftInRange(parDerived.radiusMetres.load());
+        links::drainSimEvents();
+        clock_.advance(std::chrono::milliseconds(kSliceMs));
+    }
+    return sim_->aiObjects(true).empty();
+}
+
+const simdouble::SimObject* Harness::objectWithTail(const std::string& tail) const {
+    const simdouble::SimObject* found = nullptr;
+    for (const simdouble::SimObject* o : sim_->aiObjects(false))
+        if (o->tail == tail && (!found || o->createdMs >= found->createdMs)) found = o;
+    return found;
+}
+
+int Harness::flightOfCallsign(const std::string& callsign) const {
+    const auto& flights = options_.traffic.flights;
+    for (size_t i = 0; i < flights.size(); ++i)
+        if (flights[i].callsign == callsign) return static_cast<int>(i);
+    return -1;
+}
+
+std::optional<LatLon> Harness::recordedPosition(size_t flight, double utc) const {
+    const tdbl::Scenario& s = options_.traffic;
+    const tdbl::Flight& f = s.flights.at(flight);
+    if (f.points.empty()) return std::nullopt;
+    const double period = f.durationS + s.replayGapS;
+    double phase = std::fmod(
+        utc - static_cast<double>(s.replayOriginUnix) - static_cast<double>(flight) * s.replayStaggerS, period);
+    if (phase < 0.0) phase += period;
+    if (phase > f.durationS) return std::nullopt;
+    const auto after = std::upper_bound(f.points.begin(), f.points.end(), phase,
+                                        [](double t, const tdbl::TrackPoint& p) { return t < p.t; });
+    if (after == f.points.begin()) return std::nullopt;
+    const tdbl::TrackPoint& a = *std::prev(after);
+    if (after == f.points.end() || after->t == a.t) return LatLon{a.lat, a.lon};
+    const double k = (phase - a.t) / (after->t - a.t);
+    return LatLon{a.lat + (after->lat - a.lat) * k, a.lon + (after->lon - a.lon) * k};
+}
+
+}  // namespace harness
