@@ -158,30 +158,48 @@ void gf_offerLiveSample(TrafficRecord& record) {
     lf_offerNewAircraft(record);
 }
 
+// Moves the queued live records of this hexid behind `into`, keeping their order.
+static void lf_takeLiveRecordsOf(uint32_t hexid, std::vector<TrafficRecord>& into) {
+    auto& queue = service.liveQueue;
+    auto kept = queue.begin();
+    for (auto it = queue.begin(); it != queue.end(); ++it) {
+        if (it->hexid == hexid)
+            into.push_back(std::move(*it));
+        else if (kept++ != it)
+            *std::prev(kept) = std::move(*it);
+    }
+    queue.erase(kept, queue.end());
+}
+
 size_t gf_workTrafficBuffer() {
     static thread_local std::deque<TrafficRecord> live;
-    static thread_local std::vector<TrafficRecord> initial;
+    static thread_local std::vector<TrafficRecord> taken;
     live.clear();
-    initial.clear();
+    taken.clear();
     {
         std::lock_guard lock(service.trafficLock);
-        live.swap(service.liveQueue);
-        ++engine.batchCounter;
         auto& load = service.initialLoad;
+        ++engine.batchCounter;
         if (engine.batchLeft > 0) {
-            // The newest record of the buffer first: it is taken from the end.
+            // The newest record of the buffer first: it is taken from the end. The later history of the
+            // same aircraft follows it at once, so that its stream begins with its oldest position.
             for (int n = engine.batchDouble ? 2 : 1; n > 0 && !load.empty(); --n) {
-                initial.push_back(std::move(load.back()));
+                const uint32_t hexid = load.back().hexid;
+                taken.push_back(std::move(load.back()));
                 load.pop_back();
+                lf_takeLiveRecordsOf(hexid, taken);
             }
-        } else if (engine.batchCounter >= kBatchRipe && engine.batchCounter % kBatchStartEvery == 0 && !load.empty()) {
             engine.batchLeft = load.size();
-            engine.batchDouble = load.size() > kDoublePaceAbove;
+        } else if (engine.batchCounter >= kBatchRipe && engine.batchCounter % kBatchStartEvery == 0 && !load.empty()) {
             engine.batchCounter = 0;
+            engine.batchDouble = load.size() > kDoublePaceAbove;
+            engine.batchLeft = load.size();
         }
-        engine.batchLeft = load.size();
+        // While an initial load waits, the live records wait with it: they are the same aircraft's younger
+        // positions, due 6 seconds and more ahead, and an older position offered after them is ignored.
+        if (load.empty()) live.swap(service.liveQueue);
     }
+    for (TrafficRecord& r : taken) gf_offerLiveSample(r);
     for (TrafficRecord& r : live) gf_offerLiveSample(r);
-    for (TrafficRecord& r : initial) gf_offerLiveSample(r);
-    return live.size() + initial.size();
+    return taken.size() + live.size();
 }

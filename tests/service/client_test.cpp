@@ -404,3 +404,34 @@ TEST_F(ClientTest, TimeShiftReachesTheRequests) {
     EXPECT_NEAR(service.liveQueue.back().timestamp, now - 90 * 60, 40.0);
 }
 }  // namespace
+
+namespace {
+// The scenario gives some aircraft an airspeed, a roll angle and the source letter "F" with a registration:
+// those paths of the decoder run end to end.
+TEST_F(ClientTest, AirspeedBankAndSourceOfTheScenarioReachTheRecords) {
+    login();
+    gf_setAcceptTraffic(true);
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 150));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    std::lock_guard lock(service.trafficLock);
+    int airspeeds = 0, banks = 0, sourceF = 0, tableSpeeds = 0;
+    for (const TrafficRecord& r : service.liveQueue) {
+        if (r.hexid == 0x83c3 && r.airborne && r.airspeed == std::round(r.groundSpeed)) ++airspeeds;
+        if (r.hexid == 0x83c3 && r.bank) ++banks;
+        if (r.hexid == 0x4b1614) ++sourceF;  // "F" with a registration goes on
+        // Without an airspeed the decoder takes the value of its altitude band.
+        if (r.hexid != 0x83c3 && r.hexid != 0x3c664e && r.airborne) {
+            EXPECT_THAT(r.airspeed, testing::AnyOf(180.0, 220.0, 250.0, 350.0, 430.0));
+            if (r.hexid != 0x4b1614) {
+                EXPECT_FALSE(r.bank.has_value());
+            }
+            ++tableSpeeds;
+        }
+    }
+    EXPECT_GT(airspeeds, 0);
+    EXPECT_GT(banks, 0);
+    EXPECT_GT(sourceF, 0);
+    EXPECT_GT(tableSpeeds, 0);
+}
+}  // namespace

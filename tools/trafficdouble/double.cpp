@@ -98,8 +98,26 @@ double lf_formNumber(const std::map<std::string, std::string>& form, const char*
 json lf_numberOrNull(double v) { return std::isnan(v) ? json(nullptr) : json(v); }
 json lf_intOrNull(double v) { return std::isnan(v) ? json(nullptr) : json(static_cast<int64_t>(std::lround(v))); }
 
+// The roll angle of a coordinated turn at row i, degrees, right wing down positive: from the rate of turn
+// of the recorded track between the rows around it and the ground speed. NaN on the ground or unknown.
+double lf_derivedBank(const Flight& f, size_t i) {
+    const TrackPoint& p = f.points[i];
+    if (p.onGround != 0 || i == 0 || i + 1 >= f.points.size()) return std::nan("");
+    const TrackPoint& a = f.points[i - 1];
+    const TrackPoint& b = f.points[i + 1];
+    const double dt = b.t - a.t;
+    if (dt <= 0.0 || std::isnan(a.trackDeg) || std::isnan(b.trackDeg) || std::isnan(p.groundSpeedKt))
+        return std::nan("");
+    const double turnDeg = std::remainder(b.trackDeg - a.trackDeg, 360.0);
+    constexpr double kRadPerDeg = 3.14159265358979323846 / 180.0;
+    const double omega = turnDeg / dt * kRadPerDeg;          // rad/s
+    const double speed = p.groundSpeedKt * 1852.0 / 3600.0;  // m/s
+    return std::atan(speed * omega / 9.80665) / kRadPerDeg;
+}
+
 // One position in the service's line array, with what the recording lacks taken from the scenario.
-json lf_line(const Flight& f, const TrackPoint& p, double stamp) {
+json lf_line(const Flight& f, size_t i, double stamp) {
+    const TrackPoint& p = f.points[i];
     json line = json::array();
     for (size_t i = 0; i < kLineLength; ++i) line.push_back(nullptr);
     line[0] = f.icao24;
@@ -109,7 +127,7 @@ json lf_line(const Flight& f, const TrackPoint& p, double stamp) {
     line[4] = lf_intOrNull(p.baroAltFt);
     line[5] = lf_numberOrNull(p.groundSpeedKt);
     line[6] = f.squawk;
-    line[7] = "X";
+    line[7] = f.source;
     line[8] = f.type;
     line[9] = f.reg;
     line[10] = stamp;
@@ -120,6 +138,8 @@ json lf_line(const Flight& f, const TrackPoint& p, double stamp) {
     line[15] = lf_intOrNull(p.verticalRateFpm);
     line[17] = std::isnan(p.trackDeg) ? "mlat" : "adsb_icao";  // without a track there is no heading to send
     line[18] = lf_intOrNull(p.geoAltFt);
+    if (f.sendAirspeed) line[20] = lf_intOrNull(p.groundSpeedKt);
+    if (f.sendBank) line[23] = lf_numberOrNull(std::round(lf_derivedBank(f, i) * 10.0) / 10.0);
     line[25] = lf_numberOrNull(p.trackDeg);
     line[28] = f.category;
     return line;
@@ -216,6 +236,9 @@ Scenario gf_loadScenario(const fs::path& file) {
             f.to = a.value("to", "");
             f.category = a.value("category", "");
             f.squawk = a.value("squawk", "1000");
+            f.source = a.value("source", "X");
+            f.sendAirspeed = a.value("airspeed", false);
+            f.sendBank = a.value("bank", false);
             byIndex[std::stoi(row.at(0))] = s.flights.size();
             s.flights.push_back(std::move(f));
         }
@@ -353,7 +376,7 @@ json TrafficDouble::snapshot(double unixTime, double top, double bottom, double 
             if (it->t != rowTime) break;
             if (lf_inBox(it->lat, it->lon, top, bottom, left, right)) {
                 const std::string key = copy == 0 ? f.icao24 : fmt::format("{}_{}", f.icao24, copy);
-                data[key] = lf_line(f, *it, unixTime - (phase - rowTime));
+                data[key] = lf_line(f, static_cast<size_t>(it - f.points.begin()), unixTime - (phase - rowTime));
                 ++copy;
             }
             if (it == f.points.begin()) break;

@@ -32,7 +32,10 @@ struct TrackPoint {
 struct Flight {
     std::string icao24, callsign;
     std::string type, reg, from, to, category, squawk;  // what the recording lacks, from the scenario
-    std::vector<TrackPoint> points;                     // time order, duplicates kept
+    std::string source = "X";                           // field 7, the one-letter source code
+    bool sendAirspeed = false;       // field 20, derived from the recorded ground speed (the recording has no wind)
+    bool sendBank = false;           // field 23, derived from the recorded track's rate of turn
+    std::vector<TrackPoint> points;  // time order, duplicates kept
     double durationS = 0.0;
 };
 

@@ -1,0 +1,193 @@
+// Which records of a known aircraft enter its stream, at the thresholds of each filter; identity changes.
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "engine/intake.h"
+#include "engine/records.h"
+#include "engine/state.h"
+#include "engine_support.h"
+#include "frame/core/params.h"
+#include "liveries/dbase.h"
+#include "service/state.h"
+#include "simlink/queues.h"
+
+namespace {
+
+constexpr uint32_t kHex = 0x4b1614;
+constexpr double kDegPerNmLon = 1.0 / 60.0 / 0.6769;  // about 47.4 N
+
+class IntakeTest : public EngineTest {};
+
+struct Offer {
+    const char* what;
+    bool airborne;
+    double firstSpeed, firstTrack;
+    double dt;  // seconds after the first record
+    double speed, track;
+    bool kept;
+};
+
+TEST_F(IntakeTest, FiltersAtTheirThresholds) {
+    const Offer table[] = {
+        {"same time stamp", true, 200, 90, 0.0, 200, 95, false},
+        {"1.0 s after: a gap too short", true, 200, 90, 1.0, 200, 95, false},
+        {"1.01 s after", true, 200, 90, 1.01, 200, 95, true},
+        {"6 kt after 60 kt: a jump", true, 60, 90, 10, 6, 95, false},
+        {"7 kt after 60 kt", true, 60, 90, 10, 7, 95, true},
+        {"4 kt after 60 kt", true, 60, 90, 10, 4, 95, true},
+        {"60 kt after 6 kt: a jump", true, 6, 90, 10, 60, 95, false},
+        {"80 kt after 5 kt", true, 5, 90, 10, 80, 95, false},
+        {"79 kt after 5 kt", true, 5, 90, 10, 79, 95, true},
+        {"300 kt steady track, 2.9 s: under 450 m", true, 300, 90, 2.9, 300, 91, false},
+        {"300 kt steady track, 2.95 s", true, 300, 90, 2.95, 300, 91, true},
+        {"300 kt, track 1.1 degrees off", true, 300, 90, 2.0, 300, 91.1, true},
+        {"ground 20 kt steady, 1.9 s: under 20 m", false, 20, 90, 1.9, 20, 92, false},
+        {"ground 20 kt steady, 2.0 s", false, 20, 90, 2.0, 20, 92, true},
+        {"ground standing, 15 s", false, 0, 90, 15.0, 0, 90, false},
+        {"ground standing, 15.1 s", false, 0, 90, 15.1, 0, 90, true},
+        {"ground 31 kt is no taxi thinning", false, 31, 90, 1.5, 31, 90, true},
+    };
+    for (const Offer& o : table) {
+        SCOPED_TRACE(o.what);
+        gf_clearEngineTables();
+        TrafficRecord first = record(kHex, 1000.0, 3000);
+        first.airborne = o.airborne;
+        first.altitude = o.airborne ? 5000.0 : 0.0;
+        first.groundSpeed = o.firstSpeed;
+        first.track = o.firstTrack;
+        gf_offerLiveSample(first);
+        ASSERT_EQ(engine.active.size(), 1u);
+        TrafficRecord second = first;
+        second.timestamp += o.dt;
+        second.dueTick += static_cast<int32_t>(o.dt * 100);
+        second.groundSpeed = o.speed;
+        second.track = o.track;
+        second.longitude += 0.001;  // a move well outside the still box
+        gf_offerLiveSample(second);
+        EXPECT_EQ(engine.active[0].stream.size(), o.kept ? 2u : 1u);
+        EXPECT_DOUBLE_EQ(engine.active[0].lastTimestamp, o.kept ? second.timestamp : first.timestamp);
+    }
+}
+
+// A sample that barely moves on the ground becomes a stop at the last position, due one slice after it.
+TEST_F(IntakeTest, StillBoxOnTheGroundMakesAStop) {
+    TrafficRecord r = record(kHex, 1000.0, 3000);
+    r.airborne = false;
+    r.altitude = 0.0;
+    r.groundSpeed = 10.0;
+    Act& act = liveAct(r, ActPhase::Taxi);
+    TrafficRecord near = r;
+    near.timestamp += 20.0;
+    near.dueTick += 2000;
+    near.latitude += 0.00014;
+    gf_offerLiveSample(near);
+    ASSERT_EQ(act.stream.size(), 2u);
+    EXPECT_TRUE(act.stream[1].stopped);
+    EXPECT_EQ(act.stream[1].latitude, r.latitude);
+    EXPECT_EQ(act.stream[1].groundSpeed, 0.0);
+    EXPECT_EQ(act.stream[1].dueTick, 3001);
+}
+
+TEST_F(IntakeTest, NewAircraftOnlyOutsideTheFieldBandAndOncePerCallsign) {
+    gf_setParkAirport(47.46, 8.55, 4950.0);
+    TrafficRecord r = record(kHex, 1000.0, 3000);
+    gf_offerLiveSample(r);  // 5000 ft, 50 ft above the field: touching down or lifting off
+    EXPECT_TRUE(engine.active.empty());
+    r.altitude = 5071.0;
+    gf_offerLiveSample(r);
+    ASSERT_EQ(engine.active.size(), 1u);
+    TrafficRecord twin = r;
+    twin.hexid = kHex + 1;  // the same flight under a second address
+    gf_offerLiveSample(twin);
+    EXPECT_EQ(engine.active.size(), 1u);
+}
+
+// The database is asked for the model of an aircraft once: a hexid it could not give a model stays
+// refused for the run, however many records come.
+TEST_F(IntakeTest, ModelLookupRunsOncePerAircraft) {
+    TrafficRecord r = record(kHex, 1000.0, 3000);
+    r.model.clear();
+    r.reg = "HBJLT";
+    gf_offerLiveSample(r);
+    EXPECT_TRUE(engine.active.empty());
+    dbase.records.add("HB-JLT", DbaseRecord{"SWR", "A320", "", false});
+    dbase.records.build();
+    r.timestamp += 10.0;
+    gf_offerLiveSample(r);
+    EXPECT_TRUE(engine.active.empty());
+    r.hexid = kHex + 7;  // another aircraft asks afresh, and finds the model through the "HB-JLT" spelling
+    gf_offerLiveSample(r);
+    ASSERT_EQ(engine.active.size(), 1u);
+    EXPECT_EQ(engine.active[0].model, "A320");
+}
+
+TEST_F(IntakeTest, StreamLimitGivesUpAnAircraft) {
+    Act& act = gf_newAct(record(kHex, 1000.0, 3000));
+    for (int i = 1; i <= 200; ++i) {
+        TrafficRecord r = record(kHex, 1000.0 + 10.0 * i, 3000 + 1000 * i);
+        r.track = 90.0 + (i % 2) * 5.0;
+        r.longitude += 0.01 * i;
+        gf_offerLiveSample(r);
+    }
+    EXPECT_EQ(act.stream.size(), 201u);
+    EXPECT_FALSE(act.drop);
+    TrafficRecord more = record(kHex, 5000.0, 900000);
+    more.longitude += 5.0;
+    gf_offerLiveSample(more);
+    EXPECT_TRUE(act.drop);
+}
+
+// A new callsign on an aircraft in the simulator: it is taken out and created again under the new
+// identity, keeping its heading, and comes back as New with its samples when the simulator confirms.
+TEST_F(IntakeTest, IdentityChangeRecreatesTheObject) {
+    GUID_CHANGES.current = true;
+    Act& act = liveAct(record(kHex, 1000.0, 3000), ActPhase::Airborne);
+    act.heading = 1.2;
+    act.latitude = 47.41;
+    TrafficRecord r = record(kHex, 1010.0, 4000);
+    r.callsign = "EDW12";
+    r.longitude += 0.02;
+    gf_offerLiveSample(r);
+    EXPECT_EQ(act.state, ActState::Recreating);
+    EXPECT_EQ(act.callsign, "EDW12");
+    EXPECT_EQ(act.altCallsign1, "EDW12");
+    ASSERT_TRUE(act.keepHeading.has_value());
+    EXPECT_DOUBLE_EQ(*act.keepHeading, 1.2);
+    EXPECT_THAT(engine.removalQueue, testing::ElementsAre(1001u));
+    ASSERT_EQ(act.stream.size(), 2u);  // the present position, due at once
+    EXPECT_DOUBLE_EQ(act.stream[1].latitude, 47.41);
+    EXPECT_EQ(act.stream[1].dueTick, engine.slice + 1);
+    EXPECT_TRUE(logHas("          EDW12"));
+    TrafficRecord later = r;
+    later.timestamp += 10.0;
+    later.longitude += 0.02;
+    gf_offerLiveSample(later);  // while recreating: ignored
+    EXPECT_EQ(act.stream.size(), 2u);
+    runSlice();
+    gf_pushSimEvent({1001, 0, 0, kSimRemoved, 0, 0});
+    runSlice();
+    EXPECT_EQ(engine.active[0].state, ActState::New);
+    EXPECT_TRUE(engine.active[0].recreated);
+    EXPECT_EQ(engine.active[0].objectId, 0u);
+}
+
+TEST_F(IntakeTest, WithoutGuidChangesTheIdentityIsStoredAndTheObjectStays) {
+    GUID_CHANGES.current = false;
+    Act& act = liveAct(record(kHex, 1000.0, 3000), ActPhase::Airborne);
+    act.from = "ZRH";
+    act.to = "LHR";
+    TrafficRecord r = record(kHex, 1010.0, 4000);
+    r.callsign = "EDW12";
+    r.from = "GVA";
+    r.to = "AMS";
+    r.longitude += 0.02;
+    gf_offerLiveSample(r);
+    EXPECT_EQ(act.state, ActState::Live);
+    EXPECT_EQ(act.callsign, "EDW12");
+    EXPECT_EQ(act.from, "GVA");
+    EXPECT_EQ(act.to, "AMS");
+    EXPECT_EQ(act.stream.size(), 2u);
+    EXPECT_TRUE(engine.removalQueue.empty());
+}
+}  // namespace
