@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "common/xmlattributes.h"
 #include "frame/core/errors.h"
 #include "frame/core/folders.h"
 #include "frame/core/log.h"
@@ -20,12 +21,6 @@ namespace {
 
 const char* lf_boolText(bool b) { return b ? "true" : "false"; }
 
-// The usual boolean test of the XML library: first character 1, t, T, y or Y.
-bool lf_isTrue(const char* text) {
-    const char c = text[0];
-    return c == '1' || c == 't' || c == 'T' || c == 'y' || c == 'Y';
-}
-
 }  // namespace
 
 std::string gf_shortLabel(const std::string& airline, const std::string& model) {
@@ -34,17 +29,21 @@ std::string gf_shortLabel(const std::string& airline, const std::string& model) 
 
 // ---------------------------------------------------------------- LiveriesScanned.xml
 
-void lf_buildLiveriesDocument(pugi::xml_document& doc) {
-    gf_writeMeta(doc);
-    pugi::xml_node list = doc.append_child("liveries");
-    for (const LiveryData& l : liveries.liveryList) {
-        pugi::xml_node liv = list.append_child("liv");
+void gf_appendLiveries(pugi::xml_node parent, const std::list<LiveryData>& list) {
+    pugi::xml_node element = parent.append_child("liveries");
+    for (const LiveryData& l : list) {
+        pugi::xml_node liv = element.append_child("liv");
         liv.append_attribute("airl") = l.airline.c_str();
         liv.append_attribute("type") = l.model.c_str();
         if (l.cargo) liv.append_attribute("cargo") = "true";
         liv.append_attribute("title") = l.title.c_str();
         liv.append_attribute("atcid") = l.regcode.c_str();
     }
+}
+
+void lf_buildLiveriesDocument(pugi::xml_document& doc) {
+    gf_writeMeta(doc);
+    gf_appendLiveries(doc, liveries.liveryList);
 }
 
 void lf_writeLiveriesFile() {
@@ -60,7 +59,7 @@ void lf_readLiveriesDocument(const pugi::xml_document& doc) {
         LiveryData l;
         l.airline = liv.attribute("airl").value();
         l.model = liv.attribute("type").value();
-        l.cargo = lf_isTrue(liv.attribute("cargo").value());
+        l.cargo = gf_isXmlTrue(liv.attribute("cargo").value());
         l.title = liv.attribute("title").value();
         l.regcode = liv.attribute("atcid").value();
         liveries.liveryList.push_back(std::move(l));
@@ -143,7 +142,7 @@ void gf_finishScan(bool prioritise, size_t folderCount) {
     if (liveries.liveryList.empty()) {
         panel.liveryCount = -1;
         gf_invalidate(Band::Status);
-        gf_clearLiveryTables();
+        gf_clearScanLists();
         gf_clearMessage();
         throw zel::UserErrorException(53, "no liveries found");
     }
@@ -154,10 +153,7 @@ void gf_finishScan(bool prioritise, size_t folderCount) {
     lf_sortAndDeduplicate();
     panel.liveryCount = static_cast<int64_t>(liveries.liveryList.size());
     gf_invalidate(Band::Status);
-    for (ScanList* l : {&scanLists.invalidAirlines, &scanLists.invalidModels, &scanLists.fixes,
-                        &scanLists.invalidCfgFiles, &scanLists.incompleteSections, &scanLists.noSectionFiles,
-                        &scanLists.dbaseCorrections, &scanLists.skippedOnPriority})
-        l->lines.clear();
+    gf_clearScanLists();
     gf_clearMessage();
     lf_writeLiveriesFile();
     gf_processScannedLiveries();

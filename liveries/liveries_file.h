@@ -26,6 +26,8 @@ void gf_processScannedLiveries();
 // LiveriesScanned.xml: the whole list as a document, and the list back from one. The reader appends one
 // LiveryData (level 0) per <liv>; an absent attribute reads as empty text.
 void lf_buildLiveriesDocument(pugi::xml_document& doc);
+// The <liveries> element of a list, appended to `parent` (the data tool writes its own meta block).
+void gf_appendLiveries(pugi::xml_node parent, const std::list<LiveryData>& list);
 void lf_readLiveriesDocument(const pugi::xml_document& doc);
 void lf_writeLiveriesFile();
 void lf_readLiveriesFile();  // UserErrorException 51, 52 or 53 when the file gives no liveries

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <pugixml.hpp>
 
+#include "common/xmlattributes.h"
 #include "frame/core/folders.h"
 #include "frame/core/log.h"
 #include "frame/core/textfiles.h"
@@ -78,11 +79,6 @@ std::string lf_summary(const std::string& file, const Counts& c) {
     return line;
 }
 
-bool lf_isTrue(const char* text) {
-    const char c = text[0];
-    return c == '1' || c == 't' || c == 'T' || c == 'y' || c == 'Y';
-}
-
 bool lf_folderHasFiles(const fs::path& folder) {
     std::error_code ec;
     if (!fs::is_directory(folder, ec)) return false;
@@ -117,7 +113,7 @@ void lf_readAigRegcodes(std::vector<std::string>& results) {
             std::vector<std::string> regs;
             for (const std::string& r : lf_split(livery.attribute("reg").value(), ','))
                 if (!r.empty()) regs.push_back(r);
-            const bool special = lf_isTrue(livery.attribute("special").value());
+            const bool special = gf_isXmlTrue(livery.attribute("special").value());
             for (const std::string& r : regs)
                 lf_registration(gf_decodeRegcode(r), title->second, special, path, results, counts);
         }

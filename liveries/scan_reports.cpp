@@ -57,11 +57,13 @@ void lf_writeScanReports() {
         {&scanLists.skippedOnPriority, "LiveriesSkippedOnPriority.txt", false, true,
          "{} liverie{} skipped on priority, see {}"},
     };
-    // Lines whose text has no plural placeholder take the count and the path only.
+    // A line with three placeholders has the plural word between the count and the path.
     const auto logReport = [](const Report& r, const std::string& path) {
         const size_t n = r.list->lines.size();
         const std::string_view text = r.logLine;
-        if (text.find("{}{}") != std::string_view::npos)
+        size_t placeholders = 0;
+        for (size_t p = text.find("{}"); p != std::string_view::npos; p = text.find("{}", p + 2)) ++placeholders;
+        if (placeholders == 3)
             gf_logLine(fmt::format(fmt::runtime(text), n, gf_plural(static_cast<long long>(n)), path));
         else
             gf_logLine(fmt::format(fmt::runtime(text), n, path));

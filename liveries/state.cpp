@@ -8,6 +8,10 @@ void gf_clearLiveryTables() {
     // The aircraft's views into the old titles go with them.
     matching.hexidLiveries.clear();
     liveries = LiveryTables{};
+    gf_clearScanLists();
+}
+
+void gf_clearScanLists() {
     for (ScanList* l : {&scanLists.invalidAirlines, &scanLists.invalidModels, &scanLists.fixes,
                         &scanLists.invalidCfgFiles, &scanLists.incompleteSections, &scanLists.noSectionFiles,
                         &scanLists.dbaseCorrections, &scanLists.skippedOnPriority})

@@ -82,6 +82,7 @@ struct ScanLists {
     ScanList skippedOnPriority;   // LiveriesSkippedOnPriority.txt, output/info
 };
 extern ScanLists scanLists;  // defined in liveries/state.cpp
+void gf_clearScanLists();    // after the reports, and with the tables
 
 // The steps of the matching cascade, 1 (registration) to 6 (a similar model of any airline).
 inline constexpr int kMatchSteps = 6;
