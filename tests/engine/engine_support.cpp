@@ -7,12 +7,17 @@
 #include "engine/records.h"
 #include "engine/state.h"
 #include "liveries/dbase.h"
+#include "liveries/liveries_file.h"
 
 void EngineTest::SetUp() {
     ZarkTest::SetUp();
     dbase.aircraft.insert({"A320", "B77W", "C172"});
     dbase.large.insert("A320");
     dbase.heavy.insert("B77W");
+    // The admission places only an aircraft that finds a livery: a generic one for each airliner.
+    liveries.liveryList = {{kGenericAirline, "A320", "Generic A320", "", 0, false},
+                           {kGenericAirline, "B77W", "Generic B77W", "", 0, false}};
+    gf_processScannedLiveries();
     gf_reserveEngineTables();
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <set>
 
 #include "frame/core/folders.h"
@@ -56,9 +57,15 @@ void lf_genericLiveries(const tdbl::Scenario& traffic, const std::vector<std::st
 
 Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
     Options o;
-    o.sim = simdouble::gf_loadScenario(sourceDir / "data" / "demo" / "simulator_lszh.json");
-    o.traffic = tdbl::gf_zurichScenario(sourceDir);
     o.install = binaryDir / "install";
+    // The double knows the titles of the install's liveries file, which the scenario names relative to the
+    // install folder.
+    std::ifstream in(sourceDir / "data" / "demo" / "simulator_lszh.json");
+    nlohmann::json j = nlohmann::json::parse(in);
+    if (j.contains("titlesFromLiveries"))
+        j["titlesFromLiveries"] = (o.install / j["titlesFromLiveries"].get<std::string>()).string();
+    o.sim = simdouble::gf_parseScenario(j);
+    o.traffic = tdbl::gf_zurichScenario(sourceDir);
     return o;
 }
 
@@ -78,11 +85,13 @@ double Harness::utcNow() const {
 bool Harness::start() {
     lf_provideData(options_.install);
     gf_readDbase();
-    if (fs::exists(folders::liveriesScanned))
+    if (options_.liveriesFile && fs::exists(folders::liveriesScanned))
         gf_getLiveries(false, false, false, {});
-    else if (options_.genericLiveries)
+    else
         lf_genericLiveries(options_.traffic, options_.typesWithoutLivery);
-    // The simulator has exactly the liveries of the list installed, unless the scenario says otherwise.
+    // The simulator has the titles its scenario names (those of the install's liveries file), and with the
+    // generic liveries exactly those.
+    if (!options_.liveriesFile) options_.sim.titles.clear();
     if (options_.sim.titles.empty())
         for (const std::string& title : liveries.titleStore) options_.sim.titles.push_back(title);
     gf_setParkAirport(options_.parkAirport.lat, options_.parkAirport.lon, options_.parkElevationFt);

@@ -35,8 +35,9 @@ struct Options {
     // copied into the current directory when it has none of its own.
     std::filesystem::path install;
     int64_t pollEveryMs = 2000;  // the service's rate limit
-    // Without a liveries file: one generic livery ("ZZZ") per type of the traffic, installed in the double.
-    bool genericLiveries = true;
+    // Read the install's liveries file; without it (or when false): one generic livery ("ZZZ") per type of
+    // the traffic, all installed in the double.
+    bool liveriesFile = true;
     std::vector<std::string> typesWithoutLivery;  // ... but not for these
     LatLon parkAirport{47.458056, 8.548056};      // Zurich; the ground filter and the field band use it
     double parkElevationFt = 1417.0;
