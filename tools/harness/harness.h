@@ -76,6 +76,8 @@ public:
     double utcNow() const;
     double utcAtSimMs(int64_t simMs) const { return simEpochUtc_ + static_cast<double>(simMs) / 1000.0; }
     int64_t slices() const { return slices_; }
+    // Real nanoseconds of the program's part of the last slice (lf_slice), for benchmarks.
+    int64_t lastSliceNs() const { return lastSliceNs_; }
 
     // The double's AI objects (alive or not), and the one created with this tail number last.
     std::vector<const simdouble::SimObject*> aiObjects() const { return sim_->aiObjects(false); }
@@ -95,6 +97,7 @@ private:
     std::unique_ptr<TrafficReader> reader_;
     double simEpochUtc_ = 0.0;  // UTC at the double's time 0
     int64_t slices_ = 0;
+    int64_t lastSliceNs_ = 0;
     int64_t nextPollMs_ = 0;  // harness time of the next poll
     bool trafficOn_ = true;
 };
