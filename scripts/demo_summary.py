@@ -1,9 +1,92 @@
 #!/usr/bin/env python3
 """Prints what a demo run did, from ZARK_P3D's Log.txt and the records of the two doubles."""
+import bisect
+import csv
 import json
+import math
 import re
 import sys
+from collections import defaultdict
 from pathlib import Path
+
+DELAY_S = 30.0           # the program shows the traffic this far behind the service
+# The median distance of the objects from their flights 30 s earlier: about what an airliner on approach
+# covers in 7 s. Placement and creation take 3 s, and aircraft started from the history snapshots run
+# a few seconds closer to the present than 30 s.
+MEDIAN_LIMIT_M = 500.0
+TRACKS = Path(__file__).resolve().parent.parent / "data" / "tracks"
+
+
+def recorded_flights():
+    """The traffic double's replay of data/tracks: callsign -> (index, points), and its schedule."""
+    scenario = json.loads((TRACKS / "LSZH_scenario.json").read_text())
+    flights, index = {}, {}
+    with open(TRACKS / scenario["flights"], newline="") as f:
+        for row in csv.DictReader(f):
+            index[row["flight"]] = (int(row["flight"]), row["callsign"])
+    points = defaultdict(list)
+    with open(TRACKS / scenario["tracks"], newline="") as f:
+        for row in csv.DictReader(f):
+            points[row["flight"]].append((float(row["t_s"]), float(row["lat"]), float(row["lon"])))
+    for key, (i, callsign) in index.items():
+        p = sorted(points[key], key=lambda x: x[0])
+        flights[callsign] = (i, p, [x[0] for x in p])
+    schedule = (scenario.get("replay_origin_unix", 1767225600), scenario.get("replay_gap_s", 600.0),
+                scenario.get("replay_stagger_s", 97.0))
+    return flights, schedule
+
+
+def position_at(flight, schedule, utc):
+    """Where the double replayed this flight at this UTC, linear between rows; None when it did not."""
+    i, p, times = flight
+    origin, gap, stagger = schedule
+    if not p:
+        return None
+    duration = p[-1][0]
+    phase = math.fmod(utc - origin - i * stagger, duration + gap)
+    if phase < 0:
+        phase += duration + gap
+    if phase > duration:
+        return None
+    k = bisect.bisect_right(times, phase)
+    if k == 0:
+        return None
+    a = p[k - 1]
+    if k == len(p) or p[k][0] == a[0]:
+        return a[1], a[2]
+    b = p[k]
+    f = (phase - a[0]) / (b[0] - a[0])
+    return a[1] + (b[1] - a[1]) * f, a[2] + (b[2] - a[2]) * f
+
+
+def metres(a, b):
+    la1, lo1, la2, lo2 = map(math.radians, (a[0], a[1], b[0], b[1]))
+    h = math.sin((la2 - la1) / 2) ** 2 + math.cos(la1) * math.cos(la2) * math.sin((lo2 - lo1) / 2) ** 2
+    return math.asin(math.sqrt(h)) * 6875.493541569878 * 1852.0
+
+
+def median(v):
+    v = sorted(v)
+    return v[len(v) // 2] if v else float("nan")
+
+
+def track_errors(objects, start_unix, delay):
+    """Per object: distances of its recorded points from its flight `delay` seconds earlier."""
+    flights, schedule = recorded_flights()
+    out = {}
+    for o in objects:
+        flight = flights.get(o.get("tail"))
+        if not flight:
+            continue
+        errors = []
+        for point in o.get("track", []):
+            at_ms, lat, lon = point[0], point[1], point[2]
+            then = position_at(flight, schedule, start_unix + at_ms / 1000.0 - delay)
+            if then:
+                errors.append(metres((lat, lon), then))
+        if errors:
+            out[(o["tail"], o["id"])] = errors
+    return out
 
 install = Path(sys.argv[1])
 exit_code = int(sys.argv[2]) if len(sys.argv) > 2 else 0
@@ -25,8 +108,37 @@ served = re.search(r"This run served (\d+) ticks? and offered (\d+) traffic reco
 ticks, offered = (int(served.group(1)), int(served.group(2))) if served else (0, 0)
 snapshots = sum(1 for r in requests if r.get("path") == "/v4/traffic" and r.get("status") == 200)
 logout_sent = any(r.get("path") == "/v4/deauth" for r in requests)
-ai_objects = [o for o in record.get("objects", []) if o.get("tail") != record.get("objects", [{}])[0].get("tail")]
+ai_objects = [o for o in record.get("objects", []) if not o.get("user")]
 left = [o for o in ai_objects if o.get("removedMs", -1) < 0]
+
+# Matches per step of the cascade: the last summary block the program wrote at the end of traffic.
+steps = {}
+block = log.rfind("Matches at step: ")
+if block >= 0:
+    for m in re.finditer(r"^  (\d): (\d+)$", log[block:block + 200], re.M):
+        steps[int(m.group(1))] = int(m.group(2))
+matched = sum(steps.values())
+remembered = len(re.findall(r" =c= ", log))
+refused_by_sim = len(re.findall(r"could not be created by your Sim!", log))
+no_livery = 0
+nomatch = log.rfind("\nNo match found for: \n")
+if nomatch >= 0:
+    rest = log[nomatch:].split("\n")[2:]
+    no_livery = next((i for i, l in enumerate(rest) if not l.strip()), len(rest))
+
+# The objects against the recorded flights 30 s earlier.
+start_unix = record.get("startUnix", 0.0)
+errors = track_errors(ai_objects, start_unix, DELAY_S) if start_unix else {}
+all_errors = [e for v in errors.values() for e in v]
+track_median = median(all_errors)
+# The delay at which each object (of 20 points or more) lies closest to its flight, for the reader.
+delays = []
+for o in ai_objects:
+    if start_unix and len(o.get("track", [])) >= 20:
+        fits = [(median(v), half / 2.0) for half in range(30, 91)
+                for v in track_errors([o], start_unix, half / 2.0).values()]
+        if fits:
+            delays.append(min(fits)[1])
 
 rows = [
     ("connected to the simulator", bool(re.search(r"Prepar3D v5 \(.*\) connected", log))),
@@ -36,16 +148,26 @@ rows = [
     (f"traffic records offered: {offered}", offered > 0),
     ("closed by the close button", has("Exiting: USER CLOSED SIM")),
     ("logout sent", logout_sent),
-    (f"AI objects left in the simulator: {len(left)}", not left),
+    (f"aircraft created in the simulator: {len(ai_objects)}", len(ai_objects) > 0),
+    ("aircraft matched per cascade step: " + ", ".join(f"{k}: {steps.get(k, 0)}" for k in range(1, 7))
+     + f" (and {remembered} by their remembered title)", matched > 0),
+    (f"aircraft refused: {refused_by_sim} by the simulator, {no_livery} found no livery", True),
+    (f"aircraft left in the simulator at exit: {len(left)}", not left),
+    (f"objects on their recorded flights 30 s late: median {track_median:.0f} m over {len(all_errors)} points "
+     f"of {len(errors)} objects", bool(all_errors) and track_median < MEDIAN_LIMIT_M),
     ("clean exit", exit_code == 0 and has(" ends at ")),
 ]
 print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:
     print(f"  [{'ok' if ok else '--'}] {text}")
-errors = [l for l in log.splitlines() if l.startswith("Error ") or l.startswith("===> ")]
-if errors:
+if delays:
+    print(f"      best-fitting delays of the objects: {', '.join(f'{d:g} s' for d in sorted(delays))}")
+for (tail, oid), v in sorted(errors.items(), key=lambda x: -median(x[1]))[:5]:
+    print(f"      {tail:8} object {oid}: median {median(v):.0f} m, worst {max(v):.0f} m over {len(v)} points")
+marked = [l for l in log.splitlines() if l.startswith("Error ") or l.startswith("===> ")]
+if marked:
     print("  log lines to look at:")
-    for l in errors[:10]:
+    for l in marked[:10]:
         print("    " + l)
 print(f"  files: {install}/Log.txt, simulator-record.json, traffic-requests.json")
 sys.exit(0 if all(ok for _, ok in rows) else 1)

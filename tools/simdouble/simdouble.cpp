@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
@@ -11,6 +12,7 @@
 
 #include <fmt/format.h>
 
+#include "common/clock.h"
 #include "common/geo.h"
 #include "simlink/transport/packets.h"
 
@@ -740,6 +742,7 @@ struct SimDouble::Impl {
 };
 
 SimDouble::SimDouble(Scenario scenario) : scenario_(std::move(scenario)) {
+    startUnix_ = std::chrono::duration<double>(gf_utcNow().time_since_epoch()).count();
     const UserAircraftSetup& u = scenario_.user;
     SimObject& o = objects_[scenario_.userObjectId];
     o.id = scenario_.userObjectId;
@@ -1076,6 +1079,7 @@ nlohmann::json SimDouble::exportJson() const {
                               {"index", e.index}});
     return {{"application", scenario_.applicationName},
             {"nowMs", nowMs_},
+            {"startUnix", startUnix_},
             {"objects", objects},
             {"exceptions", exceptions}};
 }

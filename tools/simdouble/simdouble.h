@@ -123,6 +123,7 @@ private:
     void lf_tick1ms();
     Scenario scenario_;
     int64_t nowMs_ = 0;
+    double startUnix_ = 0.0;  // the program's UTC clock at time 0, seconds since 1970: ties tracks to the world
     bool frozen_ = false;
     uint32_t nextConnection_ = 1;
     uint32_t nextObjectId_ = 0;
