@@ -9,6 +9,12 @@
 
 #include <pugixml.hpp>
 
+// The usual boolean test of the XML library on an attribute's text: first character 1, t, T, y or Y.
+inline bool gf_isXmlTrue(const char* text) {
+    const char c = text[0];
+    return c == '1' || c == 't' || c == 'T' || c == 'y' || c == 'Y';
+}
+
 // Same text as a literal; inlined, as names are a few characters long.
 inline bool gf_isXmlName(const char* name, const char* literal) {
     while (*literal != '\0' && *name == *literal) ++name, ++literal;

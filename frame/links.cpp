@@ -13,10 +13,16 @@
 #include "engine/motion.h"
 #include "engine/records.h"
 #include "engine/state.h"
+#include "frame/core/errors.h"
+#include "frame/core/log.h"
+#include "frame/core/message.h"
 #include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
+#include "liveries/liveries_file.h"
+#include "liveries/matching.h"
 #include "service/client.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -302,13 +308,53 @@ void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
 void setParkingControls(bool) { lf_trace("setParkingControls"); }
 
 // --- liveries ---
-void scanLiveries(bool) { lf_trace("scanLiveries"); }
+// The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved
+// list like any other start, and the request stays ticked for the version that scans.
+void scanLiveries(bool scan) {
+    lf_trace("scanLiveries");
+    std::vector<std::string> folders;
+    if (scan) {
+        const bool manual = !LIG_AUTOMATIC.current;
+        gf_showMessage(
+            LIG_PRIORITIZE.current && manual ? "Scanning prioritized for liveries ..." : "Scanning for liveries ...",
+            true);
+        gf_logLine(fmt::format("\n++++++++++++++++++++++++ liveries scan {} starts ++++++++++++++++++++++++++++++++",
+                               manual ? "manual" : "automatic"));
+        if (manual) {
+            for (const ParString& f : lfolder)
+                if (!f.current.empty()) folders.push_back(f.current);
+            if (folders.empty())
+                throw zel::UserErrorException(
+                    48,
+                    "Set lfolder parameter(-s) to your liveries first, see Manual 5.1 (or check Liveries automatic)");
+        }
+    } else {
+        gf_logLine("\n++++++++++++++++++++++++ liveries scan starts ++++++++++++++++++++++++++++++++");
+    }
+    gf_getLiveries(scan, LIG_AUTOMATIC.current, LIG_PRIORITIZE.current, folders);
+    gf_logLine("-------------------------- liveries scan ends   --------------------------------\n");
+}
 void scanAirports() { lf_trace("scanAirports"); }
-void forgetNoMatchAircraft() { lf_trace("forgetNoMatchAircraft"); }
-void logNoMatch() { lf_trace("logNoMatch"); }
-void logMatchingSummary() { lf_trace("logMatchingSummary"); }
-void clearHexidLiveries() { lf_trace("clearHexidLiveries"); }
-void clearNotCreatedNames() { lf_trace("clearNotCreatedNames"); }
+void forgetNoMatchAircraft() {
+    lf_trace("forgetNoMatchAircraft");
+    gf_clearNoMatch();
+}
+void logNoMatch() {
+    lf_trace("logNoMatch");
+    gf_logNoMatch();
+}
+void logMatchingSummary() {
+    lf_trace("logMatchingSummary");
+    gf_matchingSummary();
+}
+void clearHexidLiveries() {
+    lf_trace("clearHexidLiveries");
+    gf_clearHexidLiveries();
+}
+void clearNotCreatedNames() {
+    lf_trace("clearNotCreatedNames");
+    gf_clearUnmakeableAircraft();
+}
 
 // --- data at start ---
 void readDatabaseOnce() {

@@ -48,11 +48,6 @@ void lf_forEachEntry(std::string_view list, F&& f) {
     }
 }
 
-bool lf_isTrue(const char* text) {
-    const char c = text[0];
-    return c == '1' || c == 't' || c == 'T' || c == 'y' || c == 'Y';
-}
-
 // A code of up to 8 characters as a number that sorts as the text does (no code holds a zero byte).
 uint64_t lf_packCode(const char* chars, size_t n) {
     uint64_t packed = 0;
@@ -182,7 +177,7 @@ void lf_readRecords(const pugi::xml_document& doc) {
         record.airl = lf_airlineValue(airl);
         record.type = lf_modelValue(type);
         record.opr = lf_airlineValue(opr);
-        record.cargo = lf_isTrue(cargo);
+        record.cargo = gf_isXmlTrue(cargo);
         const std::string_view scrambledReg = lf_view(reg);
         dbase.records.add(
             scrambledReg.size(), [&](char* to) { gf_decodeRegcodeTo(scrambledReg, to); }, record);

@@ -25,6 +25,8 @@ install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
 mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
 cp -r build/install/input/. "$install_dir/input/"
+mkdir -p "$install_dir/output"
+cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
 export XDG_CONFIG_HOME="$install_dir/appdata"
 
 # Free loopback ports for the two doubles.
@@ -53,8 +55,9 @@ cleanup() {
 }
 trap cleanup EXIT
 
-build/tools/simdouble/simdouble --scenario data/demo/simulator_lszh.json --port "$sim_port" \
-  --export "$install_dir/simulator-record.json" > "$install_dir/simdouble.out" 2>&1 &
+# The double runs in the install folder: it knows the titles of its output/LiveriesScanned.xml.
+(cd "$install_dir" && exec "$repo/build/tools/simdouble/simdouble" --scenario "$repo/data/demo/simulator_lszh.json" \
+  --port "$sim_port" --export "$install_dir/simulator-record.json" > "$install_dir/simdouble.out" 2>&1) &
 sim_pid=$!
 build/tools/trafficdouble/trafficdouble --port "$rt_port" --scenario data/tracks/LSZH_scenario.json \
   > "$install_dir/trafficdouble.out" 2>&1 &

@@ -94,6 +94,7 @@ protected:
         fs::create_directories(dir_ / "appdata" / "ZARK_P3D");
         fs::create_directories(dir_ / "Prepar3D v5" / "Scenery");
         fs::copy(bin_ / "install" / "input", dir_ / "input", fs::copy_options::recursive);
+        fs::copy(bin_ / "install" / "output", dir_ / "output", fs::copy_options::recursive);
         const int simPort = lf_freePort();
         rtPort_ = lf_freePort();
         std::ofstream(dir_ / "SimConnect.cfg")

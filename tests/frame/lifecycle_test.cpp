@@ -155,6 +155,7 @@ protected:
         ExitTest::SetUp();
         // The installer's input folder, with the data the build generated from public sources.
         fs::copy(gf_binaryDir() / "install" / "input", "input", fs::copy_options::recursive);
+        fs::copy(gf_binaryDir() / "install" / "output", "output", fs::copy_options::recursive);
         links::databaseRead = false;
     }
 };

@@ -410,6 +410,15 @@ TEST_F(SimDoubleRoundTrip, ScenarioFilesAreCheckedWithClearMessages) {
     fails(R"({"user": {"motion": "hover"}})", "\"hover\"");
     fails(R"({"script": [{"at": 1, "action": "explode"}]})", "script[0]: unknown action \"explode\"");
     fails(R"({"stringvPadding": 3})", "stringvPadding");
+    fails(R"({"titlesFromLiveries": "no-such.xml"})", "\"titlesFromLiveries\": \"no-such.xml\" cannot be read");
+
+    // The installed titles may come from the program's list of liveries, beside those named.
+    writeFile("output/LiveriesScanned.xml",
+              "<meta/><liveries><liv airl=\"SWR\" type=\"A320\" title=\"FLAi Swiss\" atcid=\"\"/>"
+              "<liv airl=\"ZZZ\" type=\"C172\" title=\"C172 Paint1\"/></liveries>");
+    writeFile("titles.json", R"({"titles": ["Named"], "titlesFromLiveries": "output/LiveriesScanned.xml"})");
+    EXPECT_EQ(simdouble::gf_loadScenario(root_ / "titles.json").titles,
+              (std::vector<std::string>{"Named", "FLAi Swiss", "C172 Paint1"}));
 
     // The taxiing user moves at its speed along its heading; the teleport moves it at once.
     SimDouble sim(s);

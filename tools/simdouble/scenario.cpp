@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include <fmt/format.h>
+#include <pugixml.hpp>
 
 namespace simdouble {
 
@@ -53,6 +54,19 @@ Waypoint lf_waypoint(const json& j, const std::string& where) {
     return w;
 }
 
+// The titles of a LiveriesScanned.xml, as the simulator knows the aircraft the program scanned. A relative
+// path is taken from the current directory: the double runs beside the program's install folder.
+void lf_addInstalledTitles(const std::string& file, std::vector<std::string>& titles) {
+    pugi::xml_document doc;
+    if (!doc.load_file(file.c_str()))
+        throw std::runtime_error(fmt::format("\"titlesFromLiveries\": \"{}\" cannot be read", file));
+    const size_t before = titles.size();
+    for (const pugi::xml_node liv : doc.child("liveries").children("liv"))
+        if (!liv.attribute("title").empty()) titles.emplace_back(liv.attribute("title").value());
+    if (titles.size() == before)
+        throw std::runtime_error(fmt::format("\"titlesFromLiveries\": \"{}\" holds no livery", file));
+}
+
 }  // namespace
 
 Scenario gf_parseScenario(const json& j) {
@@ -72,6 +86,7 @@ Scenario gf_parseScenario(const json& j) {
                   "objectLimit",
                   "userObjectId",
                   "titles",
+                  "titlesFromLiveries",
                   "fieldElevation",
                   "staticCgHeight",
                   "staticPitch",
@@ -98,6 +113,9 @@ Scenario gf_parseScenario(const json& j) {
     lf_get(j, "objectLimit", s.objectLimit, top);
     lf_get(j, "userObjectId", s.userObjectId, top);
     lf_get(j, "titles", s.titles, top);
+    std::string liveriesFile;
+    lf_get(j, "titlesFromLiveries", liveriesFile, top);
+    if (!liveriesFile.empty()) lf_addInstalledTitles(liveriesFile, s.titles);
     lf_get(j, "fieldElevation", s.fieldElevation, top);
     lf_get(j, "staticCgHeight", s.staticCgHeight, top);
     lf_get(j, "staticPitch", s.staticPitch, top);

@@ -57,10 +57,12 @@ struct Scenario {
     int64_t createDelayMs = 300;  // from AICreateNonATCAircraft to the object
     uint32_t objectLimit = 1000;  // AI objects alive at once
     uint32_t userObjectId = 1;
-    std::vector<std::string> titles;  // titles the simulator knows; empty: every title
-    double fieldElevation = 1416;     // feet: the terrain is flat at this height
-    double staticCgHeight = 8.5;      // feet, "STATIC CG TO GROUND" of every AI object
-    double staticPitch = 0;           // radians, "STATIC PITCH"
+    // Titles the simulator knows (empty: every title). "titlesFromLiveries" in the file adds the titles of
+    // a LiveriesScanned.xml, so that the double knows what the program's install folder lists.
+    std::vector<std::string> titles;
+    double fieldElevation = 1416;  // feet: the terrain is flat at this height
+    double staticCgHeight = 8.5;   // feet, "STATIC CG TO GROUND" of every AI object
+    double staticPitch = 0;        // radians, "STATIC PITCH"
     bool simRunning = true;
     bool paused = false;
     int64_t zuluStart = 1767268800;  // seconds since 1970 at time 0 (2026-01-01 12:00 UTC)
