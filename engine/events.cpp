@@ -9,12 +9,9 @@
 #include "engine/state.h"
 #include "frame/core/log.h"
 #include "frame/core/params.h"
+#include "liveries/matching.h"
 #include "simlink/state.h"
 
-#if __has_include("liveries/matching.h")
-#include "liveries/matching.h"
-#define ZARK_HAS_LIVERY_MATCHING 1
-#endif
 
 namespace {
 constexpr int32_t kFirstToggle = 50;    // slices after creation: ALL_LIGHTS_TOGGLE
@@ -145,17 +142,13 @@ void lf_createFailed(uint32_t hexid) {
     if (hexid > kParkedSerialLimit) {
         Act* act = gf_findActByHexid(hexid);
         if (act == nullptr) return;
-#ifdef ZARK_HAS_LIVERY_MATCHING
         gf_liveryNotCreated(*act);
-#endif
         gf_eraseActAt(static_cast<size_t>(act - engine.active.data()));
         return;
     }
     ParkedAc* parked = gf_findParkedBySerial(hexid);
     if (parked == nullptr) return;
-#ifdef ZARK_HAS_LIVERY_MATCHING
     gf_liveryNotCreated(*parked);
-#endif
     auto& table = engine.parked;
     const auto i = static_cast<size_t>(parked - table.data());
     if (i + 1 != table.size()) table[i] = std::move(table.back());

@@ -10,6 +10,7 @@
 #include "engine/records.h"
 #include "engine/state.h"
 #include "engine_support.h"
+#include "frame/core/params.h"
 #include "simlink/ids.h"
 #include "simlink/queues.h"
 
@@ -208,5 +209,28 @@ TEST_F(EventsTest, RemovalGoesThroughTheQueueAndCompactionFillsTheGap) {
     ASSERT_EQ(engine.active.size(), 2u);
     EXPECT_EQ(engine.active[0].hexid, kHex);
     EXPECT_EQ(engine.active[1].hexid, kHex + 2);  // the last record moved into the gap
+}
+}  // namespace
+
+namespace {
+// An aircraft created again after a change of identity on its stand does not "park" a second time.
+TEST_F(EventsTest, RecreatedAircraftAtItsStandParksOnlyOnce) {
+    LOG.current = true;
+    for (const bool recreated : {true, false}) {
+        SCOPED_TRACE(recreated);
+        gf_clearEngineTables();
+        TrafficRecord r = record(kHex, 100.0, 500);
+        r.airborne = false;
+        r.altitude = 0.0;
+        Act& act = gf_newAct(r);
+        act.state = ActState::Creating;
+        act.phase = ActPhase::AtStand;
+        act.sid = 17;
+        act.recreated = recreated;
+        gf_processSimEvent({kObject, kHex, 0, kSimLiveCreated, 0, 3.0});
+        EXPECT_FALSE(engine.active[0].recreated);
+        EXPECT_EQ(engine.active[0].slots, 1);
+        EXPECT_EQ(logHas("SWR12    parks"), !recreated);
+    }
 }
 }  // namespace

@@ -2,6 +2,7 @@
 // live snapshots while the flight runs, and nothing while it does not.
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "engine/intake.h"
@@ -23,7 +24,7 @@ protected:
     static void snapshot(uint32_t first, int count, double timestamp, int32_t delay) {
         for (int i = 0; i < count; ++i) {
             TrafficRecord r = record(first + static_cast<uint32_t>(i), timestamp, 0);
-            r.callsign = "C" + std::to_string(first + static_cast<uint32_t>(i));
+            r.callsign = fmt::format("C{:x}", first + static_cast<uint32_t>(i));
             r.longitude += 0.001 * timestamp;
             r.track = 90.0 + timestamp;  // no thinning between the snapshots
             trafficReader.batch.push_back(r);
