@@ -54,8 +54,15 @@ void lf_writeLiveriesFile() {
     gf_logf("{} liveries in {}", liveries.liveryList.size(), folders::liveriesScanned.string());
 }
 
+// A livery without a title cannot be created by the simulator, and an empty title would be a miss each
+// time chance drew it: it is left out with a line in the log. Other absent attributes read as empty.
 void lf_readLiveriesDocument(const pugi::xml_document& doc) {
     for (const pugi::xml_node liv : doc.child("liveries").children("liv")) {
+        if (liv.attribute("title").value()[0] == '\0') {
+            gf_logMarkf("livery without a title skipped: airl \"{}\" type \"{}\" atcid \"{}\"",
+                        liv.attribute("airl").value(), liv.attribute("type").value(), liv.attribute("atcid").value());
+            continue;
+        }
         LiveryData l;
         l.airline = liv.attribute("airl").value();
         l.model = liv.attribute("type").value();

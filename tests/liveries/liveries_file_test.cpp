@@ -53,6 +53,7 @@ const char* kList = R"(<?xml version="1.0"?>
   <liv airl="ZZZ" type="A320" title="Generic 320" atcid=""/>
   <liv airl="ZZZ" type="C172" title="Generic 172" atcid=""/>
   <liv title="No attributes but the title"/>
+  <liv airl="SWR" type="A321" atcid="HB-IOF"/>
 </liveries>)";
 
 }  // namespace
@@ -108,6 +109,7 @@ TEST_F(LiveriesFileTest, TheFileBecomesTheTablesTheMatchingReads) {
     EXPECT_EQ(panel.liveryCount, 7);
     EXPECT_TRUE(liveries.liveryList.empty());  // freed once the tables stand
     const std::string log = logText();
+    EXPECT_THAT(log, HasSubstr("===> livery without a title skipped: airl \"SWR\" type \"A321\" atcid \"HB-IOF\"\n"));
     EXPECT_THAT(log, HasSubstr("No scan done, 7 liveries read from output/LiveriesScanned.xml\n"));
     EXPECT_THAT(log, HasSubstr("1 in-line regcode clashes, see \"output/errors/InlineRegcodes.txt\""));
     EXPECT_THAT(log, HasSubstr("2 registration codes\n"));

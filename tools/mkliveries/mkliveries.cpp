@@ -156,7 +156,8 @@ void lf_writeAigRegcodes(const fs::path& path) {
         std::string_view list = e.regs;
         while (!list.empty()) {
             const size_t comma = list.find(',');
-            regs += (regs.empty() ? "" : ",") + gf_encodeRegcode(list.substr(0, comma));
+            if (!regs.empty()) regs += ',';
+            regs += gf_encodeRegcode(list.substr(0, comma));
             list.remove_prefix(comma == std::string_view::npos ? list.size() : comma + 1);
         }
         livery.append_attribute("reg") = regs.c_str();
