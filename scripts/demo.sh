@@ -25,6 +25,7 @@ install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
 mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
 cp -r build/install/input/. "$install_dir/input/"
+cp -r build/install/airports "$install_dir/"  # the stock airport files of LSZH, LFPG and LFBO
 export XDG_CONFIG_HOME="$install_dir/appdata"
 
 # Free loopback ports for the two doubles.

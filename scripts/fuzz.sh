@@ -1,18 +1,23 @@
 #!/usr/bin/env bash
-# Short, fixed-time fuzzing of the SimConnect receive framing and the simulator double's packet parser
-# (libFuzzer, clang-14, with AddressSanitizer and UndefinedBehaviorSanitizer). Fails on a crash or leak.
+# Short, fixed-time fuzzing of the SimConnect receive framing, the simulator double's packet parser and
+# the airport file reader (libFuzzer, clang-14, with AddressSanitizer and UndefinedBehaviorSanitizer).
+# Fails on a crash or leak.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 seconds=${FUZZ_SECONDS:-20}
 CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZARK_FUZZ=ON -DZARK_BENCH=OFF \
   > /dev/null
-cmake --build build-fuzz -j2 --target fuzz_receive_framing fuzz_simdouble_packets
+cmake --build build-fuzz -j2 --target fuzz_receive_framing fuzz_simdouble_packets fuzz_airport_file
 
-for target in fuzz_receive_framing fuzz_simdouble_packets; do
+# target, its folder in the build, a folder of seeds (or none)
+for spec in "fuzz_receive_framing tools/simdouble -" "fuzz_simdouble_packets tools/simdouble -" \
+            "fuzz_airport_file tools/mkairports tools/mkairports/fuzz/seeds"; do
+  read -r target dir seeds <<< "$spec"
   corpus="build-fuzz/corpus/$target"
   mkdir -p "$corpus"
+  [ "$seeds" = "-" ] && seeds=""
   echo "== $target for ${seconds} s =="
-  ASAN_OPTIONS=detect_leaks=1 "build-fuzz/tools/simdouble/$target" -max_total_time="$seconds" -max_len=4096 \
-    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "$corpus"
+  ASAN_OPTIONS=detect_leaks=1 "build-fuzz/$dir/$target" -max_total_time="$seconds" -max_len=4096 \
+    -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 "$corpus" $seeds
 done
