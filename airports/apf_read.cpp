@@ -1,8 +1,10 @@
 // airports/apf_read.cpp — reading an airport file into the stand table: its stands and options, then the
 // learned file over it (settings, changed stands, manual stands, learned options), then numbering and
 // the overlap pairs. Runs on the thread that handles the park airport.
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <optional>
 #include <system_error>
 #include <unordered_set>
@@ -11,6 +13,7 @@
 
 #include "airports/state.h"
 #include "common/geo.h"
+#include "common/xmlattributes.h"
 #include "frame/core/errors.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
@@ -30,29 +33,36 @@ void lf_splitCallsigns(const std::string& text, std::string& cs1, std::string& c
     if (colon != std::string::npos && text.find(':', colon + 1) == std::string::npos) cs2 = text.substr(colon + 1);
 }
 
+// The attributes of an `opt`, read in one pass: a learned file of a big airport holds ~100k options.
+enum OptAttribute { kReg, kAirl, kType, kSoft, kDay, kHh, kCs, kOptAttributes };
+const XmlRowReader<kOptAttributes> kOptReader({"reg", "airl", "type", "soft", "day", "hh", "cs"});
+
 // One `opt`; nothing for a towed aircraft's option when `skipTow`, and for an option without a real
 // day or half hour (logged: it goes at the next save).
 std::optional<ParkPos> lf_readOption(const pugi::xml_node opt, bool learned, bool skipTow, const Stand& stand,
                                      const fs::path& path) {
+    std::array<const char*, kOptAttributes> v{};
+    kOptReader.read(opt, v);
     ParkPos p;
-    lf_splitCallsigns(opt.attribute("cs").value(), p.cs1, p.cs2);
+    lf_splitCallsigns(v[kCs], p.cs1, p.cs2);
     if (skipTow && p.cs1.rfind("TOW ", 0) == 0) return std::nullopt;
-    p.reg = opt.attribute("reg").value();
+    p.reg = v[kReg];
     // gf_dbaseFind tries the spellings of the registration ("DAIZA", "DA-IZA", "D-AIZA") in order.
     if (const DbaseRecord* record = gf_dbaseFind(p.reg)) {
         p.airl = record->opr.empty() ? std::string(record->airl) : std::string(record->opr);
         p.type = record->type;
     } else {
-        p.airl = opt.attribute("airl").value();
-        p.type = opt.attribute("type").value();
+        p.airl = v[kAirl];
+        p.type = v[kType];
     }
-    p.soft = opt.attribute("soft").as_bool(false);
-    p.day = opt.attribute("day").as_uint(0);
-    p.hh = lf_hours2bitset(opt.attribute("hh").value());
+    const char s = v[kSoft][0];  // a boolean by its first character, as every value of these files
+    p.soft = s == '1' || s == 't' || s == 'T' || s == 'y' || s == 'Y';
+    p.day = static_cast<uint32_t>(std::strtoul(v[kDay], nullptr, 10));
+    p.hh = lf_hours2bitset(v[kHh]);
     p.learned = learned;
     if (p.day < 1 || p.day > 7 || p.hh == 0) {
         gf_logMarkf("option {} {} at stand {} in {} has day \"{}\" and half hours \"{}\": dropped", p.reg, p.cs1,
-                    stand.name, path.string(), opt.attribute("day").value(), opt.attribute("hh").value());
+                    stand.name, path.string(), v[kDay], v[kHh]);
         return std::nullopt;
     }
     return p;
@@ -236,9 +246,14 @@ void gf_numberStands(std::vector<Stand>& stands) {
         stands[i].sid = static_cast<uint32_t>(i + 1);
         stands[i].adjacent.clear();
     }
+    // The latitude difference alone is a lower bound of the distance: most pairs end at that test, and
+    // the pass over all pairs of a 550-stand airport stays well below a millisecond.
+    constexpr double kNmPerDegreeLat = kHaversineNm / 2 * kDegToRad;
     for (Stand& a : stands) {
         for (const Stand& b : stands) {
             if (&a == &b) continue;
+            const double apart = std::fabs(a.latitude - b.latitude) * kNmPerDegreeLat * (1.0 - 1e-9);
+            if (a.radius + b.radius <= kAdjacentFactor * apart) continue;
             const double d = gf_distanceNm({a.latitude, a.longitude}, {b.latitude, b.longitude});
             if (a.radius + b.radius > kAdjacentFactor * d) a.adjacent.push_back(b.sid);
         }
