@@ -84,8 +84,10 @@ bool lf_readPlace(const pugi::xml_node node, Stand& stand, const fs::path& path)
                     node.attribute("latitude").value(), node.attribute("longitude").value());
         return false;
     }
+    if (!node.attribute("latitude") || !node.attribute("longitude"))
+        gf_logMarkf("parkpos {} in {} has no latitude or longitude: read as 0", stand.name, path.string());
     const double metres = lf_number(node, "radius");
-    if (!std::isfinite(metres) || metres < 0.0 || metres > 100.0) {
+    if (!node.attribute("radius") || !std::isfinite(metres) || metres < 0.0 || metres > 100.0) {
         gf_logMarkf("parkpos {} in {} has radius \"{}\": 0 taken", stand.name, path.string(),
                     node.attribute("radius").value());
         stand.radius = 0.0;
