@@ -21,20 +21,21 @@ void lf_write(const fs::path& p, const std::string& text) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const bool ready = [] {
-        const fs::path dir = fs::temp_directory_path() / ("zark-fuzz-apf-" + std::to_string(::getpid()));
-        fs::create_directories(dir / "airports/archive/stock");
-        fs::create_directories(dir / "airports/learned/stock");
-        fs::current_path(dir);
-        return true;
+    // Absolute paths: libFuzzer keeps its corpus relative to the current directory, which stays.
+    static const fs::path dir = [] {
+        const fs::path d = fs::temp_directory_path() / ("zark-fuzz-apf-" + std::to_string(::getpid()));
+        fs::create_directories(d / "airports/archive/stock");
+        fs::create_directories(d / "airports/learned/stock");
+        return d;
     }();
-    (void)ready;
+    const fs::path archived = dir / "airports/archive/stock/EFUZ.xml";
+    const fs::path learned = dir / "airports/learned/stock/EFUZ.xml";
     const std::string input(reinterpret_cast<const char*>(data), size);
     const size_t split = input.find("\n@@\n");
-    lf_write("airports/archive/stock/EFUZ.xml", input.substr(0, split));
+    lf_write(archived, input.substr(0, split));
     std::error_code ec;
-    fs::remove("airports/learned/stock/EFUZ.xml", ec);
-    if (split != std::string::npos) lf_write("airports/learned/stock/EFUZ.xml", input.substr(split + 4));
+    fs::remove(learned, ec);
+    if (split != std::string::npos) lf_write(learned, input.substr(split + 4));
 
     gf_resetAirports();
     gf_resetParameters();
@@ -42,9 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     airports.parkIcao = "EFUZ";
     QualityPair quality;
     try {
-        if (gf_readApf(quality, "airports/archive/stock/EFUZ.xml").empty()) {
+        if (gf_readApf(quality, archived).empty()) {
             AirportFileData file{"EFUZ", airports.airportName, "", airports.publisher, 0, -1, -1, 0, airports.stands};
-            gf_writeApf(file, "written.xml", true);
+            gf_writeApf(file, dir / "written.xml", true);
         }
     } catch (const zel::UserErrorException&) {
         // a stand named twice, or no altitude: the run would stop with the message
