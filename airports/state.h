@@ -1,9 +1,30 @@
-// airports/state.h — what the airport data remembers between calls, and its reset.
-// The airport table (airports/airport_table.h) is read once per process and survives a restart:
-// gf_clearAirportTable() empties it.
+// airports/state.h — what the airport data remember between calls, and its reset.
+// The stand table and the facts beside it belong to the thread that handles the park airport (the engine
+// thread); the engine reads them there too. The airport table (airports/airport_table.h) is read once per
+// process and survives a restart: gf_clearAirportTable() empties it.
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "airports/airport_file.h"
 #include "airports/airport_table.h"
 
-// Back to the state of a fresh process (restart of a run, every test fixture).
+struct AirportsState {
+    std::vector<Stand> stands;          // the park airport's stands in file order; stand sid is index + 1
+    std::string parkIcao;               // the park airport whose file gf_readApf reads; set by the park airport
+                                        // tracking, emptied when the airport is left; empty: none
+    std::string airportName;            // `airport_name` of the file read
+    std::string publisher;              // `publisher` of the file read: "stock", "ORBX", a name, or "unknown"
+    int32_t altitude = 0;               // feet, `altitude` of the file read
+    double parkAirportElevation = 0.0;  // feet, the same value as a double
+    int32_t trafficWeek = 0;            // `RT_traffic_week` of the file read; 0 when absent
+    bool handmade = false;              // the learned file is handmade: its stands replaced the file's
+    std::filesystem::path learnedPath;  // where the learned file of the loaded airport is saved; empty: none
+};
+extern AirportsState airports;  // defined in airports/state.cpp
+
+// Back to the state of a fresh run (restart of a run, every test fixture): no park airport, no stands.
 void gf_resetAirports();

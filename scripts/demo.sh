@@ -27,6 +27,7 @@ mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D
 cp -r build/install/input/. "$install_dir/input/"
 mkdir -p "$install_dir/output"
 cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
+cp -r build/install/airports "$install_dir/"  # the stock airport files of LSZH, LFPG and LFBO
 export XDG_CONFIG_HOME="$install_dir/appdata"
 
 # Free loopback ports for the two doubles.

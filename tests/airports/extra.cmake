@@ -1,1 +1,2 @@
 add_dependencies(test_airports zark_install_fixture)
+add_dependencies(test_airports mkairports)

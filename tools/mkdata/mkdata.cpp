@@ -33,12 +33,14 @@
 
 #include "frame/core/textfiles.h"
 #include "liveries/scramble.h"
+#include "tools/common/csv.h"
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using Row = std::map<std::string, std::string>;
+using datacsv::readCsv;
+using datacsv::Row;
 
 // Fast military jets and jet trainers (fighters, attack aircraft) by ICAO designator.
 const std::vector<std::string> kFastJets = {
@@ -124,52 +126,6 @@ bool lf_hasAny(const std::string& text, const std::vector<std::string>& words) {
                        [&](const std::string& w) { return low.find(w) != std::string::npos; });
 }
 
-// One CSV file with a header row; RFC-4180 quoting.
-std::vector<Row> lf_readCsv(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) throw std::runtime_error(fmt::format("cannot open {}", path.string()));
-    std::stringstream ss;
-    ss << in.rdbuf();
-    const std::string text = ss.str();
-    std::vector<std::vector<std::string>> lines;
-    std::vector<std::string> fields;
-    std::string field;
-    bool quoted = false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const char c = text[i];
-        if (quoted) {
-            if (c == '"' && i + 1 < text.size() && text[i + 1] == '"')
-                field += '"', ++i;
-            else if (c == '"')
-                quoted = false;
-            else
-                field += c;
-        } else if (c == '"') {
-            quoted = true;
-        } else if (c == ',') {
-            fields.push_back(std::move(field));
-            field.clear();
-        } else if (c == '\n') {
-            fields.push_back(std::move(field));
-            field.clear();
-            lines.push_back(std::move(fields));
-            fields.clear();
-        } else if (c != '\r') {
-            field += c;
-        }
-    }
-    if (!field.empty() || !fields.empty()) fields.push_back(field), lines.push_back(fields);
-    std::vector<Row> rows;
-    if (lines.empty()) return rows;
-    const auto& header = lines.front();
-    for (size_t l = 1; l < lines.size(); ++l) {
-        Row row;
-        for (size_t k = 0; k < header.size() && k < lines[l].size(); ++k) row[header[k]] = lines[l][k];
-        rows.push_back(std::move(row));
-    }
-    return rows;
-}
-
 bool lf_inWindow(const std::string& s) {
     return !s.empty() && std::all_of(s.begin(), s.end(), [](char c) { return (c >= '-' && c <= 'Z') || c == '+'; });
 }
@@ -234,11 +190,11 @@ Types lf_classify(const std::vector<Row>& rows) {
 }
 
 void lf_buildDbase(const fs::path& data, const fs::path& out) {
-    const Types types = lf_classify(lf_readCsv(data / "aircraft_types.csv"));
+    const Types types = lf_classify(readCsv(data / "aircraft_types.csv"));
 
     std::set<std::string> airlines, cargoOperators;
     const std::set<std::string> knownCargo(kCargoOperators.begin(), kCargoOperators.end());
-    for (const Row& r : lf_readCsv(data / "airlines.csv")) {
+    for (const Row& r : readCsv(data / "airlines.csv")) {
         const std::string& code = r.at("icao");
         if (code.size() != 3 || !lf_inWindow(code)) continue;
         airlines.insert(code);
@@ -273,7 +229,7 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
 
     pugi::xml_node wingspans = doc.append_child("wingspans");
     size_t spans = 0;
-    for (const Row& r : lf_readCsv(data / "wingspans.csv")) {
+    for (const Row& r : readCsv(data / "wingspans.csv")) {
         const std::string& code = r.at("designator");
         if (!types.all.count(code) || r.at("wingspan_m").empty()) continue;
         pugi::xml_node w = wingspans.append_child("wingspan");
@@ -287,7 +243,7 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
     pugi::xml_node records = doc.append_child("dbase");
     std::set<std::string> seen;
     size_t skipped = 0, kept = 0;
-    for (const Row& r : lf_readCsv(data / "registrations.csv")) {
+    for (const Row& r : readCsv(data / "registrations.csv")) {
         const std::string& reg = r.at("registration");
         if (!lf_inWindow(reg) || reg.size() > 12) {
             ++skipped;
@@ -332,7 +288,7 @@ void lf_buildAirports(const fs::path& data, const fs::path& out) {
     pugi::xml_document doc;
     pugi::xml_node root = doc.append_child("airports");
     size_t n = 0;
-    for (const Row& r : lf_readCsv(data / "airports.csv")) {
+    for (const Row& r : readCsv(data / "airports.csv")) {
         if (r.at("icao").empty() || r.at("lat").empty() || r.at("lon").empty()) continue;
         pugi::xml_node a = root.append_child("airport");
         a.append_attribute("code") = r.at("icao").c_str();

@@ -2,10 +2,11 @@
 """Makes the compact replay files of data/tracks/ from the recorded LSZH tracks and stands.
 
 Usage: convert_tracks.py <folder with LSZH_tracks_opensky_2019.csv and LSZH_stands.csv> <data/tracks>
-Rows are kept as recorded (duplicates and faulty values included); only the repeated text columns go
+The stands are copied as they are. Rows are kept as recorded (duplicates and faulty values included); only the repeated text columns go
 into a table of flights and the times become seconds since the flight's first row.
 """
 import csv
+import shutil
 import sys
 from pathlib import Path
 
@@ -35,9 +36,5 @@ with open(dst / "LSZH_flights_recorded.csv", "w", newline="") as f:
     for fl in flights.values():
         w.writerow([fl["index"], fl["icao24"], fl["callsign"], f"{fl['t0']:.0f}"])
 
-with open(src / "LSZH_stands.csv", newline="") as f, open(dst / "LSZH_stands.csv", "w", newline="") as g:
-    w = csv.writer(g, lineterminator="\n")
-    w.writerow(["name", "lat", "lon", "heading_deg", "kind", "source"])
-    for r in csv.DictReader(f):
-        source = "FG" if r["source"].startswith("FlightGear") else "OSM"
-        w.writerow([r["name"], r["lat"], r["lon"], r["heading_deg"], r["kind"], source])
+# The stands are copied unchanged: the airport file tool (tools/mkairports) needs all their columns.
+shutil.copyfile(src / "LSZH_stands.csv", dst / "LSZH_stands.csv")

@@ -1,0 +1,1 @@
+add_dependencies(bench_airport_file zark_install_fixture)
