@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <list>
+#include <map>
 #include <sstream>
 
 namespace fidelity {
@@ -12,7 +14,6 @@ constexpr double kMetresPerNm = 1852.0;
 constexpr double kMetresPerSecondPerKnot = kMetresPerNm / 3600.0;
 constexpr double kJumpSlackM = 1.0;       // rounding of positions, a frame's turn
 constexpr double kSinkWindowMs = 1000.0;  // sink rate over the last second before touchdown
-constexpr double kEndSlackS = 5.0;        // an object gone this little before its recording ended was there at the end
 
 double lf_metres(LatLon a, LatLon b) { return gf_distanceNm(a, b) * kMetresPerNm; }
 
@@ -132,8 +133,10 @@ FlightResult gf_compareFlight(const tdbl::Scenario& s, size_t flight,
     if (startStand) r.startStand = startStand->name;
     if (endStand) r.endStand = endStand->name;
 
+    std::map<long, const simdouble::TrackPoint*> restByReplay;  // by the replay's end, whole seconds
+    std::list<std::vector<simdouble::TrackPoint>> shownOf;      // keeps what restByReplay points into
     for (const simdouble::SimObject* o : objects) {
-        const std::vector<simdouble::TrackPoint> shown = lf_shown(*o);
+        std::vector<simdouble::TrackPoint> shown = lf_shown(*o);
         if (shown.empty()) continue;
         const auto utcOf = [&](const simdouble::TrackPoint& p) {
             return setup.simEpochUtc + static_cast<double>(p.atMs) / 1000.0 - setup.delayS;
@@ -181,18 +184,20 @@ FlightResult gf_compareFlight(const tdbl::Scenario& s, size_t flight,
                 break;
             }
         }
-        // The end: where the object that was there when its recording ended came to rest, once the run went
-        // past that end. The worst of the cycles seen counts.
-        const double cycleEndUtc = utcOf(shown.front()) - lf_phase(s, flight, utcOf(shown.front())) + f.durationS;
-        if (endStand && setup.runEndUtc - setup.delayS >= cycleEndUtc &&
-            utcOf(shown.back()) >= cycleEndUtc - kEndSlackS) {
-            const simdouble::TrackPoint& rest = shown.back();
-            const double metres = lf_metres({rest.latitude, rest.longitude}, endStand->at);
-            if (!r.standDistM || metres > *r.standDistM) {
-                r.standDistM = metres;
-                r.standHeadingErrDeg =
-                    std::fabs(gf_angleDiff(endStand->headingDeg * kDegToRad, rest.heading)) * kRadToDeg;
-            }
+        // The end: where the last object made during a replay came to rest, once the run went past the end
+        // of that replay. An object made in the pause between two replays shows the next one's start.
+        const double phase = lf_phase(s, flight, utcOf(shown.front()));
+        const double cycleEndUtc = utcOf(shown.front()) - phase + f.durationS;
+        if (endStand && phase <= f.durationS && setup.runEndUtc - setup.delayS >= cycleEndUtc)
+            restByReplay[std::lround(cycleEndUtc)] = &shown.back();
+        shownOf.push_back(std::move(shown));
+    }
+    // The worst of the replays seen counts.
+    for (const auto& [end, rest] : restByReplay) {
+        const double metres = lf_metres({rest->latitude, rest->longitude}, endStand->at);
+        if (!r.standDistM || metres > *r.standDistM) {
+            r.standDistM = metres;
+            r.standHeadingErrDeg = std::fabs(gf_angleDiff(endStand->headingDeg * kDegToRad, rest->heading)) * kRadToDeg;
         }
     }
     return r;
