@@ -106,6 +106,7 @@ std::string lf_table(const std::vector<FlightResult>& results, int64_t seconds) 
                      "start stand: push");
     std::vector<double> ground, air;
     double worstJump = 0.0, worstSink = 0.0;
+    size_t touchdowns = 0;
     int parked = 0, parkedOf = 0, backwards = 0, pushes = 0;
     for (const FlightResult& r : results) {
         t += lf_row(r) + "\n";
@@ -113,6 +114,7 @@ std::string lf_table(const std::vector<FlightResult>& results, int64_t seconds) 
         air.insert(air.end(), r.airErrM.begin(), r.airErrM.end());
         if (r.points > 0) worstJump = std::max(worstJump, r.worstJumpExcessM);
         for (double s : r.touchdownSinkFpm) worstSink = std::max(worstSink, s);
+        touchdowns += r.touchdownSinkFpm.size();
         if (!r.endStand.empty()) {
             ++parkedOf;
             if (r.standDistM && *r.standDistM <= kParkedWithinM && *r.standHeadingErrDeg <= kParkedWithinDeg) ++parked;
@@ -123,10 +125,12 @@ std::string lf_table(const std::vector<FlightResult>& results, int64_t seconds) 
         }
     }
     t += fmt::format(
-        "ALL: ground median {:.0f} m, air median {:.0f} m, worst jump excess {:.1f} m, worst sink {:.0f} ft/min, "
+        "ALL: ground median {:.0f} m, air median {:.0f} m, worst jump excess {:.1f} m, worst sink {}, "
         "parked within {:.0f} m/{:.0f} deg {} of {}, push backs backwards {} of {}\n",
-        fidelity::gf_median(ground), fidelity::gf_median(air), worstJump, worstSink, kParkedWithinM, kParkedWithinDeg,
-        parked, parkedOf, backwards, pushes);
+        fidelity::gf_median(ground), fidelity::gf_median(air), worstJump,
+        touchdowns == 0 ? std::string("none (no touchdown)")
+                        : fmt::format("{:.0f} ft/min of {} touchdowns", worstSink, touchdowns),
+        kParkedWithinM, kParkedWithinDeg, parked, parkedOf, backwards, pushes);
     return t;
 }
 
