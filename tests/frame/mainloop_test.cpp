@@ -9,6 +9,7 @@
 #include "frame/core/params.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
+#include "frame/links_seam.h"
 #include "frame/mainloop.h"
 #include "service/state.h"
 #include "support/fixture.h"
