@@ -18,21 +18,22 @@ enum ExitReason : int32_t {
 const char* gf_exitReasonName(int32_t reason);
 
 struct RunState {
-    std::atomic<bool> exitInProgress{false};        // an exit or restart is being carried out
-    std::atomic<bool> userClosed{false};            // the process ends after this exit
-    std::atomic<bool> tickPending{false};           // one simulator second has passed (SimClient -> lf_slice)
-    std::atomic<bool> simRunning{false};            // the "Sim" event says running
-    std::atomic<bool> readerStopped{false};         // a reader stopped and wants the run ended
-    std::atomic<bool> flightNotRunningSeen{false};  // "{} Flight not running" was entered
-    std::atomic<bool> flushStaticRequested{false};  // button "Flush static"
-    std::atomic<bool> reReadRequested{false};       // button "Re-read"
-    std::atomic<bool> blockRequested{false};        // a callsign was (un)blocked
-    std::atomic<bool> parkUpdateRequested{false};   // a new parking calculation is wanted
-    bool parkUpdateArmed = false;                   // engine thread only: phase two is due
-    std::atomic<bool> ptOnlySwitched{false};        // "PT only" switched since the last calculation
-    std::atomic<bool> parkingBusy{false};           // the two-phase parking update runs
-    std::atomic<bool> requestFailed{false};         // three simulator requests failed in this run
-    std::atomic<int32_t> activeThreads{0};          // frame threads alive (engine, SimClient, readers, FinalExit)
+    std::atomic<bool> exitInProgress{false};          // an exit or restart is being carried out
+    std::atomic<bool> userClosed{false};              // the process ends after this exit
+    std::atomic<bool> tickPending{false};             // one simulator second has passed (SimClient -> lf_slice)
+    std::atomic<bool> simRunning{false};              // the "Sim" event says running
+    std::atomic<bool> readerStopped{false};           // a reader stopped and wants the run ended
+    std::atomic<bool> flightNotRunningSeen{false};    // "{} Flight not running" was entered
+    std::atomic<bool> flushStaticRequested{false};    // button "Flush static"
+    std::atomic<bool> reReadRequested{false};         // button "Re-read"
+    std::atomic<bool> blockRequested{false};          // a callsign was (un)blocked
+    std::atomic<bool> parkUpdateRequested{false};     // a new parking calculation is wanted
+    bool parkUpdateArmed = false;                     // engine thread only: phase two is due
+    std::atomic<bool> ptOnlySwitched{false};          // "PT only" switched since the last calculation
+    std::atomic<bool> parkingBusy{false};             // the two-phase parking update runs
+    std::atomic<bool> requestFailed{false};           // three simulator requests failed in this run
+    std::atomic<bool> forgetNoMatchRequested{false};  // the user asked to forget the aircraft without a livery
+    std::atomic<int32_t> activeThreads{0};            // frame threads alive (engine, SimClient, readers, FinalExit)
     std::atomic<int32_t> exitReason{kExitNotYetSet};
 };
 extern RunState run;
@@ -57,3 +58,9 @@ struct ThreadCount {
 
 // Every flag back to the state of a fresh process; the exit handler stays.
 void gf_resetRunState();
+// What a restart clears of the flags, as the last step before its countdown: the reason goes back to
+// "NOT_YET_SET", the flags of the ended run and of its exit are cleared, exitInProgress last, so that from
+// then on a close (or any other exit) is heard again. Kept: presses of the user not served yet (flush
+// static, re-read, PT only, forget the unmatched aircraft), requestFailed (the start of traffic clears it)
+// and the thread count.
+void gf_resetRunStateForRestart();
