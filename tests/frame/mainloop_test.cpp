@@ -236,3 +236,14 @@ TEST_F(ScheduleTest, TimeOfWeekFollowsTheSnapshotOnlyWhileShifted) {
     const TimeOfWeek wall = gf_timeOfWeekAt(gf_utcNow());
     EXPECT_EQ(gf_loadTimeOfWeek(), wall);
 }
+
+TEST_F(ScheduleTest, UnmatchedAircraftAreForgottenOnlyWhenTheUserAsks) {
+    tickTo(29);
+    EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 30: nobody asked
+    run.forgetNoMatchRequested = true;
+    tickTo(59);
+    EXPECT_TRUE(has(tick(), "forgetNoMatchAircraft"));  // T = 60: served
+    EXPECT_FALSE(run.forgetNoMatchRequested);
+    tickTo(89);
+    EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 90: once per request
+}
