@@ -84,7 +84,9 @@ void lf_onSystemEvent(const SIMCONNECT_RECV_EVENT_BASE& event) {
 }
 
 void lf_onObjectAddRemove(const SIMCONNECT_RECV_EVENT_OBJECT_ADDREMOVE& event) {
-    if (event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT) return;
+    // The simulator announces an object by its kind: a helicopter title of ours comes as a helicopter.
+    if (event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT && event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_HELICOPTER)
+        return;
     if (event.uEventID == kEvObjectRemoved) lf_onObjectRemoved(event.dwData);
     if (event.uEventID == kEvObjectAdded) lf_onObjectAdded(event.dwData);
 }

@@ -1,5 +1,6 @@
 #include "tools/simdouble/scenario.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <set>
@@ -72,6 +73,7 @@ Scenario gf_parseScenario(const json& j) {
                   "objectLimit",
                   "userObjectId",
                   "titles",
+                  "helicopters",
                   "fieldElevation",
                   "staticCgHeight",
                   "staticPitch",
@@ -98,6 +100,7 @@ Scenario gf_parseScenario(const json& j) {
     lf_get(j, "objectLimit", s.objectLimit, top);
     lf_get(j, "userObjectId", s.userObjectId, top);
     lf_get(j, "titles", s.titles, top);
+    lf_get(j, "helicopters", s.helicopters, top);
     lf_get(j, "fieldElevation", s.fieldElevation, top);
     lf_get(j, "staticCgHeight", s.staticCgHeight, top);
     lf_get(j, "staticPitch", s.staticPitch, top);
@@ -165,6 +168,11 @@ Scenario gf_parseScenario(const json& j) {
         }
     }
     return s;
+}
+
+uint32_t gf_objectTypeOfTitle(const Scenario& scenario, const std::string& title) {
+    const auto& h = scenario.helicopters;
+    return std::find(h.begin(), h.end(), title) != h.end() ? 3u : 2u;  // SIMCONNECT_SIMOBJECT_TYPE
 }
 
 Scenario gf_loadScenario(const std::filesystem::path& file) {
