@@ -18,23 +18,25 @@ enum ExitReason : int32_t {
 const char* gf_exitReasonName(int32_t reason);
 
 struct RunState {
-    std::atomic<bool> exitInProgress{false};          // an exit or restart is being carried out
-    std::atomic<bool> userClosed{false};              // the process ends after this exit
-    std::atomic<bool> tickPending{false};             // one simulator second has passed (SimClient -> lf_slice)
-    std::atomic<bool> simRunning{false};              // the "Sim" event says running
-    std::atomic<bool> readerStopped{false};           // a reader stopped and wants the run ended
-    std::atomic<bool> flightNotRunningSeen{false};    // "{} Flight not running" was entered
-    std::atomic<bool> flushStaticRequested{false};    // button "Flush static"
-    std::atomic<bool> reReadRequested{false};         // button "Re-read"
-    std::atomic<bool> blockRequested{false};          // a callsign was (un)blocked
-    std::atomic<bool> parkUpdateRequested{false};     // a new parking calculation is wanted
-    bool parkUpdateArmed = false;                     // engine thread only: phase two is due
-    std::atomic<bool> ptOnlySwitched{false};          // "PT only" switched since the last calculation
-    std::atomic<bool> parkingBusy{false};             // the two-phase parking update runs
-    std::atomic<bool> requestFailed{false};           // three simulator requests failed in this run
-    std::atomic<bool> forgetNoMatchRequested{false};  // the user asked to forget the aircraft without a livery
-    std::atomic<int32_t> activeThreads{0};            // frame threads alive (engine, SimClient, readers, FinalExit)
+    std::atomic<bool> exitInProgress{false};        // an exit or restart is being carried out
+    std::atomic<bool> userClosed{false};            // the process ends after this exit
+    std::atomic<bool> tickPending{false};           // one simulator second has passed (SimClient -> lf_slice)
+    std::atomic<bool> simRunning{false};            // the "Sim" event says running
+    std::atomic<bool> readerStopped{false};         // a reader stopped and wants the run ended
+    std::atomic<bool> flightNotRunningSeen{false};  // "{} Flight not running" was entered
+    std::atomic<bool> flushStaticRequested{false};  // button "Flush static"
+    std::atomic<bool> reReadRequested{false};       // button "Re-read"
+    std::atomic<bool> blockRequested{false};        // a callsign was (un)blocked
+    std::atomic<bool> parkUpdateRequested{false};   // a new parking calculation is wanted
+    bool parkUpdateArmed = false;                   // engine thread only: phase two is due
+    std::atomic<bool> ptOnlySwitched{false};        // "PT only" switched since the last calculation
+    std::atomic<bool> parkingBusy{false};           // the two-phase parking update runs
+    std::atomic<bool> requestFailed{false};         // three simulator requests failed in this run
+    std::atomic<int32_t> activeThreads{0};          // frame threads alive (engine, SimClient, readers, FinalExit)
     std::atomic<int32_t> exitReason{kExitNotYetSet};
+    // The user asked to forget the aircraft that found no livery (MATCHING_DEPTH grew); the next multiple
+    // of 30 ticks serves it.
+    std::atomic<bool> forgetNoMatchRequested{false};
 };
 extern RunState run;
 
