@@ -234,7 +234,7 @@ TEST_F(EndToEnd, AFlightLoadRestartsTheRunAndTheNextRunServesTrafficAgain) {
     };
     const std::string connected = "Traffic Reader connected";
     waitForLog(connected, 40s);
-    std::this_thread::sleep_for(4s);  // ticks and snapshots of the first run
+    std::this_thread::sleep_for(5s);  // ticks and snapshots of the first run
     ::kill(sim_, SIGUSR1);            // the user loads a flight
     std::string log;
     const auto until = std::chrono::steady_clock::now() + 90s;
@@ -243,7 +243,7 @@ TEST_F(EndToEnd, AFlightLoadRestartsTheRunAndTheNextRunServesTrafficAgain) {
         log = lf_read(dir_ / "Log.txt");
     }
     EXPECT_EQ(count(log, connected), 2u) << log;  // goes on to the close either way: nothing is left running
-    std::this_thread::sleep_for(4s);              // the second run's ticks and snapshots
+    std::this_thread::sleep_for(5s);              // the second run's ticks and snapshots
     ::kill(program_, SIGINT);
     const int code = lf_waitExit(program_, 40s);
     stopDoubles();
