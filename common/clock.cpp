@@ -33,6 +33,7 @@ int64_t gf_epochSeconds() {
 void gf_sleepFor(std::chrono::milliseconds d) {
     if (ManualClock* m = g_manual.load()) {
         m->advance(d);
+        if (m->onSleep) m->onSleep();
         return;
     }
     if (d.count() > 0) std::this_thread::sleep_for(d);

@@ -22,6 +22,10 @@ struct ManualClock {
     SteadyTime steady{std::chrono::hours(1000)};
     UtcTime utc{std::chrono::seconds(1'767'225'600)};  // 2026-01-01 00:00:00 UTC, a Thursday
     mutable std::mutex lock;
+    // Called by every sleep under this clock, on the sleeping thread, once the clock has moved: a test acts
+    // at a moment of the program's time without racing it (the close button during a countdown, say).
+    // Set it before the program's threads start.
+    std::function<void()> onSleep;
     void advance(std::chrono::milliseconds d) {
         std::lock_guard guard(lock);
         steady += d;

@@ -192,6 +192,29 @@ void lf_startUpZARK() {
 
 // ---------------------------------------------------------------- end of a run
 
+void gf_resetRunForRestart(int32_t reason) {
+    gf_clearErrorAndMessage();
+    links::resetReaders();
+    if (reason == kExitRestart) {
+        // A new flight or place needs no new scans; a new install path (reason 3) does.
+        SCAN_LIVERIES.current = false;
+        gf_saveParameter(SCAN_LIVERIES);
+        SCAN_AIRPORTS.current = false;
+        gf_saveParameter(SCAN_AIRPORTS);
+    }
+    loop.timeShifted = false;
+    loop.tickCount = 0;
+    links::offeredRecords = 0;  // "This run ... offered" counts per run
+    links::clearUserSnapshot();
+    gf_applyLateralRange();
+    links::clearEngineTables();
+    links::resetSimlinkForRestart();
+    links::resetParkingForRestart();
+    gf_resetPanel();
+    panel.qnhShown = 1013;
+    gf_resetRunStateForRestart();  // last: it lets the next exit in
+}
+
 void FinalExit(int32_t seconds) {
     ThreadCount counted;
     try {
@@ -250,46 +273,26 @@ void FinalExit(int32_t seconds) {
         links::setParkingControls(false);
         for (int i = 0; i < 61 && run.activeThreads.load() > 1; ++i) gf_sleepFor(100ms);
         if (restart) {
-            gf_clearErrorAndMessage();
-            links::resetReaders();
-            panel.qnhShown = 1013;
-            if (reason == kExitRestart) {
-                SCAN_LIVERIES.current = false;
-                gf_saveParameter(SCAN_LIVERIES);
-                SCAN_AIRPORTS.current = false;
-                gf_saveParameter(SCAN_AIRPORTS);
-            }
-            run.tickPending = false;
-            run.readerStopped = false;
-            run.userClosed = false;
-            run.flightNotRunningSeen = false;
-            run.parkUpdateRequested = false;
-            run.parkUpdateArmed = false;
-            run.blockRequested = false;
-            loop.timeShifted = false;
-            links::clearUserSnapshot();
-            loop.tickCount = 0;
-            gf_applyLateralRange();
-            links::clearEngineTables();
-            links::resetSimlinkForRestart();
-            links::resetParkingForRestart();
-            gf_resetPanel();
-            panel.qnhShown = 1013;
-            run.exitReason = kExitNotYetSet;
+            gf_resetRunForRestart(reason);
             gf_logLine(fmt::format("Restarting after {} seconds\n\n\n\n\n", seconds));
-            for (int32_t s = seconds; s >= 1; --s) {
-                if (run.userClosed.load()) break;
+            for (int32_t s = seconds; s >= 1 && !gf_exitFlagSet(); --s) {
                 gf_showMessage(fmt::format("Restarting after {} second{}", s, gf_plural(s)), false);
                 gf_sleepFor(1s);
             }
+            // An exit asked for during the countdown (the close button) has a sequence of its own by now:
+            // that one ends the process, and this one must neither start a run nor touch its flags.
+            if (gf_exitFlagSet()) return;
+            if (gf_windowExists()) gf_postWindowMessage(kMsgStartRun);
         } else {
             links::clearNotCreatedNames();
+            run.exitInProgress = false;
+            if (gf_windowExists()) gf_postWindowMessage(kMsgEndProcess);
         }
-        run.exitInProgress = false;
-        if (gf_windowExists()) gf_postWindowMessage(restart ? kMsgStartRun : kMsgEndProcess);
         gf_flushLog();
     } catch (...) {
-        run.exitInProgress = false;
+        // The restart may have cleared the flag already. Held while the failure is reported, it drops the
+        // exit request of the report: a failed exit ends the process, it does not begin another exit.
+        run.exitInProgress = true;
         gf_reportException("FinalExit");
         if (gf_windowExists()) gf_postWindowMessage(kMsgEndProcess);
     }

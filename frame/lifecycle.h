@@ -19,3 +19,6 @@ bool lf_waitForSim();
 // The exit sequence, once per exit, on a thread of its own: readers, logout, objects, SimClient,
 // learned data, then either the end of the process or a countdown to a new run.
 void FinalExit(int32_t seconds);
+// The restart branch's reset of everything the ended run leaves behind, before the countdown: the
+// orchestration's own state, then the services' run-state flags, so that none falls between the two.
+void gf_resetRunForRestart(int32_t reason);

@@ -1,5 +1,6 @@
 // How the frame reaches the other subsystems. Each call forwards to the subsystem that owns the work.
 #include "frame/links.h"
+#include "frame/links_seam.h"
 
 #include <chrono>
 #include <mutex>

@@ -1,33 +1,19 @@
 // frame/links.h — what the program frame asks of the other subsystems during a run.
 // The lifecycle and the schedule call only these; frame/links.cpp forwards each to its subsystem.
-// A step whose subsystem has not come yet does nothing there: it never fakes an effect.
+// A step whose subsystem has not come yet does nothing there: it never fakes an effect. What a test may
+// watch or answer of these steps is in frame/links_seam.h, apart from the program's own interface.
 #pragma once
 
 #include <atomic>
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <vector>
 
 #include "common/geo.h"
 
 namespace links {
 
-// A test (or a diagnosis) can watch which steps the frame asks for, in order, and answer the questions
-// of subsystems that are not there.
-void setTrace(std::vector<std::string>* trace);  // nullptr: no trace
-struct Answers {
-    std::optional<bool> parkedTableEmpty;
-    std::optional<bool> userOnGround;
-    std::optional<double> userAltitudeFt;
-    std::optional<LatLon> userPosition;
-    std::optional<double> nearestListedAirportNm;
-    std::optional<double> simTimeSeconds;
-    std::optional<bool> renewParking;
-};
-extern Answers answers;
-// Traffic records offered to the engine in this process.
+// Traffic records offered to the engine in this run (a restart counts again from 0).
 extern std::atomic<int64_t> offeredRecords;
 // The database and the fixes are read once per process; a test clears this to read them again.
 extern bool databaseRead;

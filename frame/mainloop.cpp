@@ -152,7 +152,7 @@ void lf_tick() {
 
 void lf_every30Ticks() {
     const int32_t t = loop.tickCount;
-    links::forgetNoMatchAircraft();
+    if (run.forgetNoMatchRequested.exchange(false)) links::forgetNoMatchAircraft();
     if (AUTO_RANGE.current) gf_autoRange();
     if (run.readerStopped.load()) {
         gf_showError("1001: RT error");

@@ -3,6 +3,7 @@
 #include "liveries/dbase.h"
 
 #include <algorithm>
+#include <array>
 #include <stdexcept>
 #include <string_view>
 
@@ -48,11 +49,13 @@ void lf_forEachEntry(std::string_view list, F&& f) {
     }
 }
 
-// A code of up to 8 characters as a number that sorts as the text does (no code holds a zero byte).
-uint64_t lf_packCode(const char* chars, size_t n) {
+// A code of up to 4 characters as a number that sorts as the text does (no code holds a zero byte): the
+// characters fill the high bytes, first character highest. Only the buffer is read, whatever `n` says.
+uint64_t lf_packCode(const std::array<char, 4>& chars, size_t n) {
     uint64_t packed = 0;
-    for (size_t i = 0; i < 8; ++i) packed = packed << 8 | (i < n ? static_cast<unsigned char>(chars[i]) : 0u);
-    return packed;
+    for (size_t i = 0; i < chars.size(); ++i)
+        packed = packed << 8 | (i < n ? static_cast<unsigned char>(chars[i]) : 0u);
+    return packed << 32;
 }
 
 std::string lf_unpackCode(uint64_t packed) {
@@ -76,8 +79,8 @@ void lf_readSet(const pugi::xml_document& doc, const char* section, const char* 
     std::vector<uint64_t> codes;
     codes.reserve(scrambled.size());
     for (const std::string_view s : scrambled) {
-        char code[4];
-        codes.push_back(lf_packCode(code, decodeTo(s, code)));
+        std::array<char, 4> code{};
+        codes.push_back(lf_packCode(code, decodeTo(s, code.data())));
     }
     std::sort(codes.begin(), codes.end());
     codes.erase(std::unique(codes.begin(), codes.end()), codes.end());

@@ -9,6 +9,7 @@
 
 #include "common/clock.h"
 #include "frame/core/errors.h"
+#include "frame/core/folders.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -17,6 +18,7 @@
 #include "platform/platform.h"
 #include "simlink/handlers.h"
 #include "simlink/state.h"
+#include "simlink/transport/config.h"
 
 namespace {
 
@@ -82,7 +84,9 @@ void lf_onSystemEvent(const SIMCONNECT_RECV_EVENT_BASE& event) {
 }
 
 void lf_onObjectAddRemove(const SIMCONNECT_RECV_EVENT_OBJECT_ADDREMOVE& event) {
-    if (event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT) return;
+    // The simulator announces an object by its kind: a helicopter title of ours comes as a helicopter.
+    if (event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT && event.eObjType != SIMCONNECT_SIMOBJECT_TYPE_HELICOPTER)
+        return;
     if (event.uEventID == kEvObjectRemoved) lf_onObjectRemoved(event.dwData);
     if (event.uEventID == kEvObjectAdded) lf_onObjectAdded(event.dwData);
 }
@@ -242,6 +246,8 @@ void lf_closeSimConnect() {
 }
 
 bool gf_openSimConnect() {
+    // Without a port in SimConnect.cfg the simulator's own pipe and registry ports are the ones of its version.
+    gf_setSimConnectSimVersion(gf_simMajorVersion());
     HANDLE h = nullptr;
     if (FAILED(SimConnect_Open(&h, kClientName, nullptr, 0, nullptr, 0)) || h == nullptr) return false;
     {

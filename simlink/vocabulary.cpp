@@ -188,9 +188,14 @@ void gf_requestAircraftInRange() { gf_requestAircraftInRange(parDerived.radiusMe
 void gf_requestAircraftInRange(int32_t radiusMetres) {
     if (run.requestFailed) return;
     const auto radius = static_cast<DWORD>(radiusMetres < 0 ? 0 : radiusMetres);
+    // A scan by type finds one type only, and our helicopters are of their own: both are asked for, under
+    // the same request id, and a refusal counts once.
     if (!lf_locked([radius](HANDLE h) {
+            const HRESULT hr = SimConnect_RequestDataOnSimObjectType(h, kReqInRange, kDefInRange, radius,
+                                                                     SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);
+            if (FAILED(hr)) return hr;
             return SimConnect_RequestDataOnSimObjectType(h, kReqInRange, kDefInRange, radius,
-                                                         SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);
+                                                         SIMCONNECT_SIMOBJECT_TYPE_HELICOPTER);
         }))
         lf_failed("SimConnect request ac within range fails");
 }

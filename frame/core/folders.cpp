@@ -160,6 +160,7 @@ void lf_detectSim() {
         }
         SIM_INSTALL_PATH.current = path;
         gf_saveParameter(SIM_INSTALL_PATH);
+        runPaths.detectedSimVersion = v5 ? 5 : 6;
         gf_setControlText(SIM_INSTALL_PATH.controlId, path);
         return;
     }
@@ -178,6 +179,15 @@ std::string gf_simVersion() {
     throw zel::UserErrorException(
         77, fmt::format("P3D install path does not contain v5 or v6? Use hidden parameter {}, set it at 5 or 6",
                         P3D_VERSION.name));
+}
+
+int32_t gf_simMajorVersion() {
+    if (runPaths.detectedSimVersion != 0) return runPaths.detectedSimVersion;
+    try {
+        return gf_simVersion() == "6" ? 6 : 5;
+    } catch (const zel::UserErrorException&) {
+        return 5;  // the path does not tell and P3D_VERSION is out of its limits: the older of the two
+    }
 }
 
 std::string gf_readAccountKey() {

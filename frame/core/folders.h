@@ -46,6 +46,7 @@ inline const std::filesystem::path installer = "install_new_version.exe";
 struct RunPaths {
     std::filesystem::path stockAirports;  // Scenery under SIM_INSTALL_PATH: the simulator's own airports
     unsigned hardwareThreads = 1;         // for the scan workers
+    int32_t detectedSimVersion = 0;       // 5 or 6: the Prepar3D that lf_detectSim found; 0 none yet
 };
 extern RunPaths runPaths;
 // Stores the stock airports folder; shows "Stock airports path does not exist: {}" when it is missing.
@@ -67,6 +68,9 @@ void gf_migrateParameters();
 void lf_detectSim();
 // "5" or "6": from the install path, else P3D_VERSION; UserErrorException 77 when neither tells.
 std::string gf_simVersion();
+// The simulator's major version for the connection (its default pipe and ports): 5 or 6 as lf_detectSim
+// found it in this process, else as gf_simVersion tells; 5 when nothing tells.
+int32_t gf_simMajorVersion();
 
 // The account key of the traffic service: {"license": "..."} in the install folder.
 // The traffic service's own application keeps the same file in its app-data folder.

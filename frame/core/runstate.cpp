@@ -54,6 +54,23 @@ void gf_resetRunState() {
     run.ptOnlySwitched = false;
     run.parkingBusy = false;
     run.requestFailed = false;
+    run.forgetNoMatchRequested = false;
     run.activeThreads = 0;
     run.exitReason = kExitNotYetSet;
+}
+
+void gf_resetRunStateForRestart() {
+    run.exitReason = kExitNotYetSet;
+    run.tickPending = false;
+    // The old session's word: the next run waits for its own simulator session to say it runs.
+    run.simRunning = false;
+    run.readerStopped = false;
+    run.flightNotRunningSeen = false;
+    run.parkUpdateRequested = false;
+    run.parkUpdateArmed = false;
+    run.blockRequested = false;
+    // The parking update of the ended run will not finish: the parking controls must work again.
+    run.parkingBusy = false;
+    run.userClosed = false;
+    run.exitInProgress = false;
 }

@@ -34,6 +34,9 @@ struct RunState {
     std::atomic<bool> requestFailed{false};         // three simulator requests failed in this run
     std::atomic<int32_t> activeThreads{0};          // frame threads alive (engine, SimClient, readers, FinalExit)
     std::atomic<int32_t> exitReason{kExitNotYetSet};
+    // The user asked to forget the aircraft that found no livery (MATCHING_DEPTH grew); the next multiple
+    // of 30 ticks serves it.
+    std::atomic<bool> forgetNoMatchRequested{false};
 };
 extern RunState run;
 
@@ -57,3 +60,9 @@ struct ThreadCount {
 
 // Every flag back to the state of a fresh process; the exit handler stays.
 void gf_resetRunState();
+// What a restart clears of the flags, as the last step before its countdown: the reason goes back to
+// "NOT_YET_SET", the flags of the ended run and of its exit are cleared, exitInProgress last, so that from
+// then on a close (or any other exit) is heard again. Kept: presses of the user not served yet (flush
+// static, re-read, PT only, forget the unmatched aircraft), requestFailed (the start of traffic clears it)
+// and the thread count.
+void gf_resetRunStateForRestart();

@@ -100,30 +100,8 @@ HRESULT lf_send(HANDLE h, uint32_t packetId, size_t sizeHint, Fill&& fill) {
     return S_OK;
 }
 
-// Which steps the connect chain takes, in order.
-struct ConnectStep {
-    enum Kind { Pipe, IPv6, IPv4 } kind;
-    std::string host;
-    std::string port;
-};
-
 std::unique_ptr<Transport> lf_connect(const SimConnectConfig& cfg, Session& s, std::vector<std::string>& tried) {
-    const bool local = cfg.address.empty() || cfg.address == ".";
-    auto registryPort = [](const char* value) -> std::string {
-        auto v = gf_readRegistryString("SOFTWARE\\Lockheed Martin\\Prepar3D v5", value, RegistryHive::CurrentUser);
-        return v ? *v : std::string();
-    };
-    std::vector<ConnectStep> chain;
-    if (cfg.protocol == ScProtocol::Auto || cfg.protocol == ScProtocol::Pipe)
-        chain.push_back({ConnectStep::Pipe, local ? "." : cfg.address, cfg.port});
-    // A pipe to a named host stays a pipe under "Pipe"; "Auto" goes on with sockets to that host.
-    if (cfg.protocol != ScProtocol::Pipe || local) {
-        std::string port6 = cfg.port.empty() ? registryPort("SimConnect_Port_IPv6") : cfg.port;
-        std::string port4 = cfg.port.empty() ? registryPort("SimConnect_Port_IPv4") : cfg.port;
-        if (cfg.protocol != ScProtocol::IPv4) chain.push_back({ConnectStep::IPv6, local ? "::1" : cfg.address, port6});
-        chain.push_back({ConnectStep::IPv4, local ? "127.0.0.1" : cfg.address, port4});
-        if (local) chain.push_back({ConnectStep::Pipe, ".", ""});
-    }
+    const std::vector<ConnectStep> chain = gf_connectChain(cfg, gf_simConnectSimVersion());
     for (const ConnectStep& step : chain) {
         std::string error;
         std::unique_ptr<ByteLink> link;
@@ -491,4 +469,5 @@ size_t gf_sessionQueued(HANDLE handle) {
 void gf_resetSimConnectTransport() {
     nothingToTryLogged = false;
     gf_setSimConnectCfgFolders({});
+    gf_setSimConnectSimVersion(5);
 }

@@ -1,6 +1,7 @@
 #include "simlink/transport/config.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
@@ -15,6 +16,7 @@ namespace fs = std::filesystem;
 
 static std::mutex cfgFolderLock;                 // guards cfgFolderOverride
 static std::vector<fs::path> cfgFolderOverride;  // set by tests
+static std::atomic<int32_t> simVersion{5};       // whose pipe and registry ports stand in for a missing Port
 
 static std::string lf_lower(std::string s) {
     for (char& c : s) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
@@ -137,4 +139,29 @@ bool gf_readSimConnectConfig(uint32_t index, SimConnectConfig& out) {
         lf_applyKeys(*keys, file, out);
     }
     return found || index == 0;
+}
+
+void gf_setSimConnectSimVersion(int32_t version) { simVersion = version == 6 ? 6 : 5; }
+int32_t gf_simConnectSimVersion() { return simVersion.load(); }
+
+std::vector<ConnectStep> gf_connectChain(const SimConnectConfig& cfg, int32_t version) {
+    const int32_t v = version == 6 ? 6 : 5;
+    const std::string defaultPipe = fmt::format("Lockheed Martin Prepar3D v{}\\SimConnect", v);
+    const std::string registryKey = fmt::format("SOFTWARE\\Lockheed Martin\\Prepar3D v{}", v);
+    const auto registryPort = [&registryKey](const char* value) {
+        return gf_readRegistryString(registryKey, value, RegistryHive::CurrentUser).value_or(std::string());
+    };
+    const bool local = cfg.address.empty() || cfg.address == ".";
+    std::vector<ConnectStep> chain;
+    if (cfg.protocol == ScProtocol::Auto || cfg.protocol == ScProtocol::Pipe)
+        chain.push_back({ConnectStep::Pipe, local ? "." : cfg.address, cfg.port.empty() ? defaultPipe : cfg.port});
+    // A pipe to a named host stays a pipe under "Pipe"; "Auto" goes on with sockets to that host.
+    if (cfg.protocol != ScProtocol::Pipe || local) {
+        const std::string port6 = cfg.port.empty() ? registryPort("SimConnect_Port_IPv6") : cfg.port;
+        const std::string port4 = cfg.port.empty() ? registryPort("SimConnect_Port_IPv4") : cfg.port;
+        if (cfg.protocol != ScProtocol::IPv4) chain.push_back({ConnectStep::IPv6, local ? "::1" : cfg.address, port6});
+        chain.push_back({ConnectStep::IPv4, local ? "127.0.0.1" : cfg.address, port4});
+        if (local) chain.push_back({ConnectStep::Pipe, ".", defaultPipe});
+    }
+    return chain;
 }

@@ -44,3 +44,20 @@ std::optional<std::map<std::string, std::string>> gf_readIniSection(const std::f
 bool gf_readSimConnectConfig(uint32_t index, SimConnectConfig& out);
 
 const char* gf_protocolName(ScProtocol p);
+
+// The Prepar3D version (5 or 6) that SimConnect_Open looks for where SimConnect.cfg names no port: its
+// pipe "Lockheed Martin Prepar3D v<N>\SimConnect" and the ports in the registry key
+// "SOFTWARE\Lockheed Martin\Prepar3D v<N>". Any other value counts as 5. The simulator link sets it before
+// it opens a session; the transport's reset makes it 5.
+void gf_setSimConnectSimVersion(int32_t version);
+int32_t gf_simConnectSimVersion();
+
+// One attempt of the connect chain: a named pipe (`port` holds the pipe's name) or a socket of one family.
+struct ConnectStep {
+    enum Kind { Pipe, IPv6, IPv4 } kind;
+    std::string host;
+    std::string port;  // empty for a socket: no port known, the step is left out
+};
+// The attempts of SimConnect_Open for a configuration, in order, with the defaults of the simulator
+// version `simVersion` where the configuration names no port.
+std::vector<ConnectStep> gf_connectChain(const SimConnectConfig& cfg, int32_t simVersion);

@@ -74,9 +74,11 @@ class PacketWriter {
 public:
     explicit PacketWriter(std::vector<uint8_t>& out) : out_(out), start_(out.size()) {}
     void u32(uint32_t v) {
-        uint8_t b[4];
-        gf_putU32(b, v);
-        out_.insert(out_.end(), b, b + 4);
+        // Grown in place: a range insert from a small local array, once inlined, makes GCC 12 (-O3) see a
+        // copy into a region of size 0 (-Wstringop-overflow) where there is none.
+        const size_t at = out_.size();
+        out_.resize(at + 4);
+        gf_putU32(out_.data() + at, v);
     }
     void i64(int64_t v) {
         uint64_t u = static_cast<uint64_t>(v);

@@ -223,3 +223,44 @@ TEST_F(EndToEnd, ARefusedLoginEndsTheRunWithASystemError) {
     EXPECT_NE(log.find("Exiting: SYSTEM ERROR"), std::string::npos) << log;
     EXPECT_EQ(log.find("Traffic Reader connected"), std::string::npos);
 }
+
+// A flight loaded in the simulator restarts the run after its countdown of 30 seconds; the next run opens
+// a session of its own, serves ticks and offers traffic again, and the close button then ends the process.
+TEST_F(EndToEnd, AFlightLoadRestartsTheRunAndTheNextRunServesTrafficAgain) {
+    start("end-to-end-key");
+    const auto count = [](const std::string& text, const std::string& what) {
+        size_t n = 0;
+        for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+        return n;
+    };
+    const std::string connected = "Traffic Reader connected";
+    waitForLog(connected, 40s);
+    std::this_thread::sleep_for(5s);  // ticks and snapshots of the first run
+    ::kill(sim_, SIGUSR1);            // the user loads a flight
+    std::string log;
+    const auto until = std::chrono::steady_clock::now() + 90s;
+    while (count(log, connected) < 2 && std::chrono::steady_clock::now() < until) {
+        std::this_thread::sleep_for(500ms);
+        log = lf_read(dir_ / "Log.txt");
+    }
+    EXPECT_EQ(count(log, connected), 2u) << log;  // goes on to the close either way: nothing is left running
+    std::this_thread::sleep_for(5s);              // the second run's ticks and snapshots
+    ::kill(program_, SIGINT);
+    const int code = lf_waitExit(program_, 40s);
+    stopDoubles();
+    log = lf_read(dir_ / "Log.txt");
+    EXPECT_EQ(code, 0) << lf_read(dir_ / "zark.out");
+    EXPECT_NE(log.find("New file loaded"), std::string::npos);
+    EXPECT_NE(log.find("Exiting: RESTART\n"), std::string::npos);
+    EXPECT_NE(log.find("Exiting: USER CLOSED SIM\n"), std::string::npos);
+    EXPECT_EQ(log.find("request ac gnd/air fails"), std::string::npos) << log;
+    const std::regex served("This run served (\\d+) ticks? and offered (\\d+) traffic records?");
+    std::vector<std::pair<int, int>> runs;
+    for (std::sregex_iterator it(log.begin(), log.end(), served), end; it != end; ++it)
+        runs.emplace_back(std::stoi((*it)[1].str()), std::stoi((*it)[2].str()));
+    ASSERT_EQ(runs.size(), 2u) << log;
+    for (const auto& [ticks, offered] : runs) {
+        EXPECT_GT(ticks, 0) << log;
+        EXPECT_GT(offered, 0) << log;
+    }
+}

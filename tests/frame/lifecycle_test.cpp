@@ -16,6 +16,7 @@
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
+#include "frame/links_seam.h"
 #include "frame/mainloop.h"
 #include "platform/platform.h"
 #include "platform/window.h"

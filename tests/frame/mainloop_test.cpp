@@ -9,6 +9,7 @@
 #include "frame/core/params.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
+#include "frame/links_seam.h"
 #include "frame/mainloop.h"
 #include "service/state.h"
 #include "support/fixture.h"
@@ -234,4 +235,15 @@ TEST_F(ScheduleTest, TimeOfWeekFollowsTheSnapshotOnlyWhileShifted) {
     tick();
     const TimeOfWeek wall = gf_timeOfWeekAt(gf_utcNow());
     EXPECT_EQ(gf_loadTimeOfWeek(), wall);
+}
+
+TEST_F(ScheduleTest, UnmatchedAircraftAreForgottenOnlyWhenTheUserAsks) {
+    tickTo(29);
+    EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 30: nobody asked
+    run.forgetNoMatchRequested = true;
+    tickTo(59);
+    EXPECT_TRUE(has(tick(), "forgetNoMatchAircraft"));  // T = 60: served
+    EXPECT_FALSE(run.forgetNoMatchRequested);
+    tickTo(89);
+    EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 90: once per request
 }

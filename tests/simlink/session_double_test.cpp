@@ -331,4 +331,44 @@ TEST_F(TcpSessionTest, ARunOverLoopbackAgainstTheDoublesExecutable) {
     EXPECT_TRUE(exitRequests_.empty());
 }
 
+// The simulator announces and scans a helicopter as a type of its own (3); ours is tied to its request and
+// its removal reported all the same, and an airliner beside it still is.
+TEST_F(DoubleTest, AHelicopterOfOursIsTiedToItsRequestAndItsRemovalReported) {
+    scenario_.titles = {"FSPXAI B738 Lufthansa", "FSPXAI EC135 Rega"};
+    scenario_.helicopters = {"FSPXAI EC135 Rega"};
+    start();
+    UserSnapshot snapshot;
+    gf_requestUserSnapshot(snapshot);
+    ASSERT_TRUE(runUntil([] { return simlink.userObjectId != 0; }));
+    CreateRequest rega;
+    rega.initPosition = {47.4600, 8.5500, 1416.0, 0.0, 0.0, 120.0, 1, 0};
+    rega.tail = "RGA1";
+    rega.title = "FSPXAI EC135 Rega";
+    rega.hexid = 0x4B0001;
+    CreateRequest airliner = rega;
+    airliner.tail = "DLH4";
+    airliner.title = "FSPXAI B738 Lufthansa";
+    airliner.hexid = 0x3C0001;
+    gf_queueCreate(rega);
+    gf_queueCreate(airliner);
+    ASSERT_TRUE(runMs(400));  // both objects exist
+    gf_requestAircraftInRange();
+    ASSERT_TRUE(runUntil([this] {
+        eventOfKind(kSimLiveCreated);
+        int created = 0;
+        for (const SimEvent& e : events_) created += e.kind == kSimLiveCreated;
+        return created == 2;
+    })) << "both tied to their requests";
+    uint32_t regaId = 0;
+    for (const SimEvent& e : events_)
+        if (e.kind == kSimLiveCreated && e.hexid == 0x4B0001u) regaId = e.objectId;
+    ASSERT_NE(regaId, 0u);
+    ASSERT_TRUE(runMs(100));  // the freeze goes out with the next frames
+    EXPECT_EQ(sim_->object(regaId)->tail, "RGA1");
+    EXPECT_TRUE(sim_->object(regaId)->freezeLatLon);
+    gf_queueRemove(regaId);
+    ASSERT_TRUE(runUntil([this] { return eventOfKind(kSimRemoved); }));
+    EXPECT_EQ(firstOfKind(kSimRemoved)->objectId, regaId);
+}
+
 }  // namespace

@@ -20,6 +20,7 @@ TEST_F(SessionTest, TheRequestsGoOutWithTheirIdsAndPeriods) {
     EXPECT_EQ(sim_.takeLines(),
               (std::vector<std::string>{"Request 106 407 0 1", "Request 107 408 0 1", "Request 108 409 0 4",
                                         fmt::format("RequestByType 101 404 {} 2", parDerived.radiusMetres.load()),
+                                        fmt::format("RequestByType 101 404 {} 3", parDerived.radiusMetres.load()),
                                         "Transmit 130 214 0 301", "SetData 401 130 24 0"}));
 }
 

@@ -1,6 +1,7 @@
 // simdouble: plays a scenario as a Prepar3D v5 simulator on a TCP port, IPv4 and IPv6, until stopped.
 //   simdouble [--scenario file.json] [--port 5000] [--any] [--export track.json]
-// On SIGINT or SIGTERM the recording of all objects is written to the export file.
+// On SIGINT or SIGTERM the recording of all objects is written to the export file. SIGUSR1 plays a flight
+// load, as when the user loads a flight in the simulator: a script may use it to restart a client's run.
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -14,7 +15,9 @@
 
 namespace {
 volatile std::sig_atomic_t stopRequested = 0;
+volatile std::sig_atomic_t flightLoadRequested = 0;
 void lf_onSignal(int) { stopRequested = 1; }
+void lf_onFlightLoadSignal(int) { flightLoadRequested = 1; }
 
 int lf_usage(const char* why) {
     std::fprintf(stderr,
@@ -74,8 +77,18 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
     std::signal(SIGINT, lf_onSignal);
     std::signal(SIGTERM, lf_onSignal);
+    std::signal(SIGUSR1, lf_onFlightLoadSignal);
     server.start();
-    while (!stopRequested) std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    while (!stopRequested) {
+        if (flightLoadRequested) {
+            flightLoadRequested = 0;
+            server.withSim([](simdouble::SimDouble& s) {
+                s.flightLoaded(s.scenario().flightFile);
+                return 0;
+            });
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    }
     server.stop();
     if (!exportFile.empty()) {
         std::string text = server.withSim([](simdouble::SimDouble& s) { return s.exportJson().dump(1); });

@@ -1,5 +1,6 @@
 #include "tools/simdouble/scenario.h"
 
+#include <algorithm>
 #include <cmath>
 #include <fstream>
 #include <set>
@@ -87,6 +88,7 @@ Scenario gf_parseScenario(const json& j) {
                   "userObjectId",
                   "titles",
                   "titlesFromLiveries",
+                  "helicopters",
                   "fieldElevation",
                   "staticCgHeight",
                   "staticPitch",
@@ -116,6 +118,7 @@ Scenario gf_parseScenario(const json& j) {
     std::string liveriesFile;
     lf_get(j, "titlesFromLiveries", liveriesFile, top);
     if (!liveriesFile.empty()) lf_addInstalledTitles(liveriesFile, s.titles);
+    lf_get(j, "helicopters", s.helicopters, top);
     lf_get(j, "fieldElevation", s.fieldElevation, top);
     lf_get(j, "staticCgHeight", s.staticCgHeight, top);
     lf_get(j, "staticPitch", s.staticPitch, top);
@@ -183,6 +186,11 @@ Scenario gf_parseScenario(const json& j) {
         }
     }
     return s;
+}
+
+uint32_t gf_objectTypeOfTitle(const Scenario& scenario, const std::string& title) {
+    const auto& h = scenario.helicopters;
+    return std::find(h.begin(), h.end(), title) != h.end() ? 3u : 2u;  // SIMCONNECT_SIMOBJECT_TYPE
 }
 
 Scenario gf_loadScenario(const std::filesystem::path& file) {

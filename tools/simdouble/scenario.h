@@ -60,9 +60,10 @@ struct Scenario {
     // Titles the simulator knows (empty: every title). "titlesFromLiveries" in the file adds the titles of
     // a LiveriesScanned.xml, so that the double knows what the program's install folder lists.
     std::vector<std::string> titles;
-    double fieldElevation = 1416;  // feet: the terrain is flat at this height
-    double staticCgHeight = 8.5;   // feet, "STATIC CG TO GROUND" of every AI object
-    double staticPitch = 0;        // radians, "STATIC PITCH"
+    std::vector<std::string> helicopters;  // titles it knows as helicopters (gf_objectTypeOfTitle)
+    double fieldElevation = 1416;          // feet: the terrain is flat at this height
+    double staticCgHeight = 8.5;           // feet, "STATIC CG TO GROUND" of every AI object
+    double staticPitch = 0;                // radians, "STATIC PITCH"
     bool simRunning = true;
     bool paused = false;
     int64_t zuluStart = 1767268800;  // seconds since 1970 at time 0 (2026-01-01 12:00 UTC)
@@ -71,6 +72,10 @@ struct Scenario {
     UserAircraftSetup user;
     std::vector<ScriptAction> script;
 };
+
+// The SimConnect object type the simulator gives an object of this title, in its object-added events and
+// its scans by type: 3 (helicopter) for a title of the scenario's helicopters, else 2 (aircraft).
+uint32_t gf_objectTypeOfTitle(const Scenario& scenario, const std::string& title);
 
 // Throws std::runtime_error naming the file or key at fault.
 Scenario gf_parseScenario(const nlohmann::json& j);

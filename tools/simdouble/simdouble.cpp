@@ -203,7 +203,7 @@ struct SimDouble::Impl {
                 if (n == name) event(sim, *conn, eventId, data);
         }
     }
-    static void broadcastAddRemove(SimDouble& sim, const std::string& name, uint32_t objectId) {
+    static void broadcastAddRemove(SimDouble& sim, const std::string& name, const SimObject& o) {
         for (auto& [id, conn] : sim.connections_) {
             if (!conn->opened) continue;
             for (const auto& [eventId, n] : conn->systemEvents) {
@@ -213,8 +213,8 @@ struct SimDouble::Impl {
                 PacketWriter w(b);
                 w.u32(SIMCONNECT_RECV_EVENT_BASE::UNKNOWN_GROUP);
                 w.u32(eventId);
-                w.u32(objectId);
-                w.u32(SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);
+                w.u32(o.id);
+                w.u32(o.type);
                 if (sim.scenario_.eventFlags) w.u32(0);
                 send(*conn, b);
             }
@@ -575,9 +575,12 @@ struct SimDouble::Impl {
         std::vector<SimObject*> found;
         if (type == SIMCONNECT_SIMOBJECT_TYPE_USER || radius == 0) {
             found.push_back(&user);
-        } else if (type == SIMCONNECT_SIMOBJECT_TYPE_ALL || type == SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT) {
+        } else if (type == SIMCONNECT_SIMOBJECT_TYPE_ALL || type == SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT ||
+                   type == SIMCONNECT_SIMOBJECT_TYPE_HELICOPTER) {
+            // A scan by type finds that type alone: aircraft and helicopters are asked for apart.
             for (auto& [id, o] : sim.objects_) {
                 if (o.removedMs >= 0) continue;
+                if (type != SIMCONNECT_SIMOBJECT_TYPE_ALL && o.type != type) continue;
                 if (o.isUser && !sim.scenario_.byTypeIncludesUser) continue;
                 double metres = gf_distanceNm({user.latitude, user.longitude}, {o.latitude, o.longitude}) * 1852.0;
                 if (metres <= radius) found.push_back(&o);
@@ -711,6 +714,7 @@ struct SimDouble::Impl {
         o.id = id;
         o.owner = c.id;
         o.title = pc.title;
+        o.type = gf_objectTypeOfTitle(sim.scenario_, o.title);
         o.tail = pc.tail;
         o.atcModel = "";
         o.latitude = pc.position.Latitude;
@@ -730,14 +734,14 @@ struct SimDouble::Impl {
         w.u32(pc.requestId);
         w.u32(id);
         send(c, b);
-        broadcastAddRemove(sim, "objectadded", id);
+        broadcastAddRemove(sim, "objectadded", o);
     }
 
     void remove(SimObject& o, const char* why) {
         o.removedMs = sim.nowMs_;
         note(o, why);
         record(o, true);
-        broadcastAddRemove(sim, "objectremoved", o.id);
+        broadcastAddRemove(sim, "objectremoved", o);
     }
 };
 
@@ -748,6 +752,7 @@ SimDouble::SimDouble(Scenario scenario) : scenario_(std::move(scenario)) {
     o.id = scenario_.userObjectId;
     o.isUser = true;
     o.title = u.title;
+    o.type = gf_objectTypeOfTitle(scenario_, o.title);
     o.atcModel = u.atcModel;
     o.tail = u.atcId;
     o.latitude = u.latitude;

@@ -37,6 +37,7 @@ struct ObjectEvent {
 struct SimObject {
     uint32_t id = 0;
     bool isUser = false;
+    uint32_t type = 2;   // SIMCONNECT_SIMOBJECT_TYPE: 2 aircraft, 3 helicopter (by its title)
     uint32_t owner = 0;  // connection that created it (0: the simulator)
     std::string title, tail, atcModel;
     double latitude = 0, longitude = 0, altitude = 0;  // degrees, feet
