@@ -294,6 +294,9 @@ def run(args):
     mutants = sorted((m for m in mutants if m["file"].split("/")[0] in order),
                      key=lambda m: (order.index(m["file"].split("/")[0]), m["id"]))
     sides = [("", args.report)] + ([("_after", args.after_report)] if args.after_report else [])
+    if args.rerun_survivors:
+        # tests written since: only the working tree's side runs again, on the mutants it let survive
+        sides = sides[1:]
     reports = {}
     for suffix, path in sides:
         reports[suffix] = {"sample": args.sample, "results": {}}
@@ -329,7 +332,10 @@ def run(args):
     try:
         for mutant in mutants:
             folder = mutant["file"].split("/")[0]
-            if all(mutant["id"] in reports[sfx]["results"] for sfx, _ in sides):
+            if args.rerun_survivors:
+                if reports["_after"]["results"].get(mutant["id"], {}).get("status") != "survived":
+                    continue
+            elif all(mutant["id"] in reports[sfx]["results"] for sfx, _ in sides):
                 continue
             binaries = ["test_" + folder + sfx for sfx, _ in sides]
             if folder not in prepared:
@@ -376,7 +382,7 @@ def run(args):
             for sfx, out in sides:
                 reports[sfx]["results"][mutant["id"]] = dict(mutant, status=statuses[sfx], at=at + 1)
                 save(reports[sfx], out)
-            print("%s %-8s %s %s:%d %s (%.0f s)" % (mutant["id"], statuses[""], statuses.get("_after", ""),
+            print("%s %-8s %s %s:%d %s (%.0f s)" % (mutant["id"], statuses.get("", "-"), statuses.get("_after", ""),
                                                    mutant["file"], at + 1, mutant["op"],
                                                    time.monotonic() - started), flush=True)
     finally:
@@ -457,6 +463,8 @@ def main():
     p.add_argument("--work", default=WORK, help="scratch folder: src/ copy and bld/ build")
     p.add_argument("--only", help="comma-separated folders to run now, in this order (the report keeps the others)")
     p.add_argument("--fresh", action="store_true", help="ignore results already in the report")
+    p.add_argument("--rerun-survivors", action="store_true",
+                   help="run the working tree's tests again on the mutants that survived them (needs --after-report)")
     p = sub.add_parser("compare", help="compare two reports of the same sample")
     p.add_argument("before")
     p.add_argument("after")
