@@ -300,7 +300,7 @@ TEST_F(ClientTest, TheQueryBoxFollowsOnlyARealMoveOrANewRange) {
     EXPECT_EQ(trafficReader.userLatitude.load(), 47.458056);
 }
 
-TEST_F(ClientTest, ResetReadersForgetsTheSessionTheDecoderAndTheWeather) {
+TEST_F(ClientTest, ResetsForgetTheSessionTheDecoderTheWeatherAndTheRemovals) {
     login();
     for (RtClient* c : std::initializer_list<RtClient*>{&weatherClient, &trafficReader}) {
         c->answer = "x";
@@ -324,6 +324,9 @@ TEST_F(ClientTest, ResetReadersForgetsTheSessionTheDecoderAndTheWeather) {
     EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0);
     EXPECT_EQ(trafficReader.areaRangeNm, -1.0);
     EXPECT_EQ(service.qnh + service.engineQnh + service.lastQnh + panel.qnhShown, 4 * 1013);
+    service.removals.push_back({0x4b1614, 5});
+    gf_resetService();
+    EXPECT_TRUE(service.removals.empty()) << "a new run removes nothing of the last one's";
 }
 
 TEST_F(ClientTest, ABaseUrlWithATrailingSlashIsUsedWithout) {
@@ -430,7 +433,9 @@ TEST_F(ClientTest, LogoutEndsTheSessionOnce) {
     EXPECT_TRUE(double_->requests("/v4/deauth").empty());  // no session, nothing sent
     login();
     const std::string guid = trafficReader.guid;
+    gf_takeDirtyBands();
     gf_rtLogout();
+    EXPECT_TRUE(gf_takeDirtyBands() & (1u << static_cast<int>(Band::Status))) << "the panel shows the session gone";
     const auto deauth = double_->requests("/v4/deauth");
     ASSERT_EQ(deauth.size(), 1u);
     EXPECT_EQ(deauth[0].body, "GUID=" + guid);

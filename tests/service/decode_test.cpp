@@ -159,6 +159,11 @@ TEST_F(DecodeTest, CorruptPositionsRaise744AndTheRangeFilters) {
     }
     l[1] = -0.0005;
     EXPECT_NO_THROW(decode(l));
+    for (auto [lat, lon] : {std::pair{90.0, 180.0}, std::pair{-90.0, -180.0}}) {  // the edges are positions
+        l[1] = lat;
+        l[2] = lon;
+        EXPECT_NO_THROW(decode(l)) << lat;
+    }
     l[1] = 91.0;
     EXPECT_THROW(decode(l), zel::SysErrorException);
     l[1] = 47.0;
