@@ -255,6 +255,7 @@ TEST_F(ClientTest, HistoryBuffersComeOldestFirstEachSixSecondsLater) {
     EXPECT_TRUE(std::all_of(service.initialLoad.begin(), service.initialLoad.end(),
                             [](const TrafficRecord& r) { return r.dueTick < 300; }));
     EXPECT_LT(highest - lowest, 3.0);
+    EXPECT_GT(trafficReader.liveCount.load(), 0) << "the panel counts the newest buffer";
 }
 
 TEST_F(ClientTest, RaisedRateLimitsOfTheServiceAreHonoured) {
