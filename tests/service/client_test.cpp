@@ -388,6 +388,43 @@ TEST_F(WeatherTest, PressureInEveryFormTheServiceSends) {
                                  std::regex("GUID=[^&]+&toffset=0&lat=47\\.4581&lon=8\\.5481")));
 }
 
+// The panel's lamps follow what the readers last got: green for a good answer or traffic, yellow for a
+// failed weather round or an empty snapshot; a stopped reader's red lamp stays.
+TEST_F(WeatherTest, TheLampsShowWhatTheReadersLastGot) {
+    login();
+    int32_t code = 0;
+    double_->addFault(fault("/v4/weather", FaultKind::EmptyBody));
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
+    lf_weatherLoop(weatherClient, code);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 3) << "no good answer yet: the lamp stays as it was";
+    qnhAfterOneRound(1013);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 1);
+    gf_sleepFor(std::chrono::milliseconds(2000));  // the pause the ended round skipped
+    double_->addFault(fault("/v4/weather", FaultKind::EmptyBody));
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
+    weatherClient.stopRequested = false;
+    lf_weatherLoop(weatherClient, code);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 2);
+
+    panel.trafficLamp = 2;  // as the start of the traffic shows it
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
+    lf_trafficLoop(trafficReader, code);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 1);
+    gf_setQueryPosition(10.0, 10.0);  // no flights there
+    lf_updateArea();
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
+    lf_trafficLoop(trafficReader, code);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 2);
+    gf_readerEnded("Traffic", panel.trafficLamp, weatherClient, 400, false);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 3);
+}
+
 TEST_F(WeatherTest, RoundsArePacedAndFailuresCostOnlyTheirRound) {
     login();
     double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 500));
