@@ -37,11 +37,13 @@ protected:
 struct HoldCase {
     int64_t secondsAgo;
     const char* logged;  // nullptr: no hold
+    const char* elapsed;
 };
 
 class StartHoldCases : public StartHoldTest, public ::testing::WithParamInterface<HoldCase> {};
 
 // The hold counts from the last visit; a last visit in the future (a clock set back) holds the full time.
+// The time since the last run is logged in seconds below a minute.
 TEST_P(StartHoldCases, ARecentRunHoldsTheRestOfTwoSeconds) {
     const HoldCase& c = GetParam();
     LAST_EPOCH_TIME.current = static_cast<int32_t>(gf_epochSeconds() - c.secondsAgo);
@@ -63,13 +65,16 @@ TEST_P(StartHoldCases, ARecentRunHoldsTheRestOfTwoSeconds) {
             << log;
     else
         EXPECT_EQ(log.find("Holding"), std::string::npos) << log;
+    EXPECT_NE(log.find(std::string("\n") + c.elapsed + " since last run\n"), std::string::npos) << log;
     EXPECT_TRUE(std::find(trace_.begin(), trace_.end(), "startSimClient") != trace_.end())
         << "the run goes on after the hold";
 }
 
 INSTANTIATE_TEST_SUITE_P(SinceLastRun, StartHoldCases,
-                         ::testing::Values(HoldCase{-30, "Holding for 2 seconds..."},
-                                           HoldCase{0, "Holding for 2 seconds..."},
-                                           HoldCase{1, "Holding for 1 seconds..."}, HoldCase{2, nullptr}));
+                         ::testing::Values(HoldCase{-30, "Holding for 2 seconds...", "-30 seconds"},
+                                           HoldCase{0, "Holding for 2 seconds...", "0 seconds"},
+                                           HoldCase{1, "Holding for 1 seconds...", "1 second"},
+                                           HoldCase{2, nullptr, "2 seconds"}, HoldCase{59, nullptr, "59 seconds"},
+                                           HoldCase{60, nullptr, "1 minute and 0 seconds"}));
 
 }  // namespace
