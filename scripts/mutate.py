@@ -261,6 +261,28 @@ def run_tests(bld, binary, timeout, slow=()):
     return outcome, time.monotonic() - started
 
 
+def run_filters(bld, specs, timeout):
+    """Runs each (binary, gtest filter) in a process of its own, all at once; the outcome of each."""
+    env = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
+    started = time.monotonic()
+    procs = [subprocess.Popen([os.path.join(bld, "tests", b), "--gtest_filter=" + f], cwd=bld, env=env,
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
+             for b, f in specs]
+    outcomes = []
+    try:
+        while any(p.poll() is None for p in procs) and time.monotonic() - started <= timeout:
+            time.sleep(0.05)
+    finally:
+        for p in procs:
+            if p.poll() is None:
+                os.killpg(p.pid, signal.SIGKILL)
+                p.wait()
+                outcomes.append("timeout")
+            else:
+                outcomes.append("passed" if p.returncode == 0 else "failed")
+    return outcomes
+
+
 def time_tests(bld, binary):
     """Per-test durations of one unmutated run; the names of those slower than 2 s."""
     report = os.path.join(bld, "mutation-times-%s.json" % binary)
@@ -372,7 +394,18 @@ def run(args):
                 with open(path, "w", encoding="utf-8") as f:
                     f.write("\n".join(lines))
                 ok, _ = build(bld, binaries, 900)
+                shared = sorted(set(slow[binaries[0]]) & set(slow[binaries[-1]])) if args.share_slow else []
+                if ok and len(binaries) == 2 and shared:
+                    # The slow tests both suites hold unchanged (the end-to-end runs) run once, for both.
+                    specs = [(b, "-" + ":".join(slow[b])) for b in binaries]
+                    specs += [(binaries[0], name) for name in shared]
+                    outcomes = run_filters(bld, specs, max(limits[b] for b in binaries))
+                    shared_failed = any(o != "passed" for o in outcomes[2:])
+                    for (sfx, _), own in zip(sides, outcomes[:2]):
+                        statuses[sfx] = "killed" if own != "passed" or shared_failed else "survived"
                 for (sfx, _), binary in zip(sides, binaries):
+                    if sfx in statuses:
+                        continue
                     if not ok:
                         statuses[sfx] = "invalid"
                     else:
@@ -463,6 +496,8 @@ def main():
     p.add_argument("--work", default=WORK, help="scratch folder: src/ copy and bld/ build")
     p.add_argument("--only", help="comma-separated folders to run now, in this order (the report keeps the others)")
     p.add_argument("--fresh", action="store_true", help="ignore results already in the report")
+    p.add_argument("--share-slow", action="store_true",
+                   help="slow tests of the same name in both suites (unchanged end-to-end runs) run once for both")
     p.add_argument("--rerun-survivors", action="store_true",
                    help="run the working tree's tests again on the mutants that survived them (needs --after-report)")
     p = sub.add_parser("compare", help="compare two reports of the same sample")
