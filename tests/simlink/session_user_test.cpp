@@ -71,6 +71,9 @@ TEST_F(UserTest, AnUnknownModelIsDeducedFromAnAerosoftTitle) {
     EXPECT_TRUE(logHas("SimConnect: User aircraft model deduced from title: A320, half wing span: 17.9 meter"));
     EXPECT_TRUE(panel.userSpanKnown);
     EXPECT_EQ(user.userCategory, ModelCategory::Large);
+    title("Aerosoft A321");  // the shortest title that tells its type
+    ASSERT_TRUE(model("AB_A321_IAE"));
+    EXPECT_EQ(user.userModel, "A321");
 }
 
 TEST_F(UserTest, AnUnknownModelTakesTheLargestSpanAndSaysSo) {
