@@ -371,7 +371,7 @@ TEST_F(WeatherTest, PressureInEveryFormTheServiceSends) {
     EXPECT_EQ(qnhAfterOneRound(1081), 1009);
     EXPECT_TRUE(logHas("Strange QNH 366 found in "));
     EXPECT_EQ(qnhAfterOneRound(1080), 1080);
-    EXPECT_EQ(qnhAfterOneRound(930), 930);  // both ends of 930..1080 are believed
+    EXPECT_EQ(qnhAfterOneRound(930), 930);     // both ends of 930..1080 are believed
     EXPECT_EQ(qnhAfterOneRound("abc"), 1013);  // the reading counts as 1013
     EXPECT_TRUE(logHas("QNH string invalid arg: "));
     EXPECT_EQ(qnhAfterOneRound("99999999999"), 1013);
