@@ -24,6 +24,12 @@ int lf_progress(void* clientData, curl_off_t, curl_off_t, curl_off_t, curl_off_t
     const auto* client = static_cast<const RtClient*>(clientData);
     return client->stopRequested.load() ? 1 : 0;
 }
+
+// The paths begin with '/': a base ending in one would make "//v4/auth", which servers refuse.
+std::string lf_withoutTrailingSlash(std::string url) {
+    while (!url.empty() && url.back() == '/') url.pop_back();
+    return url;
+}
 }  // namespace
 
 std::string gf_serviceBaseUrl() {
@@ -31,14 +37,14 @@ std::string gf_serviceBaseUrl() {
         std::lock_guard lock(g_settingsLock);
         if (!g_baseUrlOverride.empty()) return g_baseUrlOverride;
     }
-    if (const char* env = std::getenv(kServiceUrlVariable); env != nullptr && *env != '\0') return env;
+    if (const char* env = std::getenv(kServiceUrlVariable); env != nullptr && *env != '\0')
+        return lf_withoutTrailingSlash(env);
     return kServiceBaseUrl;
 }
 
 void gf_setServiceBaseUrl(std::string url) {
-    while (!url.empty() && url.back() == '/') url.pop_back();
     std::lock_guard lock(g_settingsLock);
-    g_baseUrlOverride = std::move(url);
+    g_baseUrlOverride = lf_withoutTrailingSlash(std::move(url));
 }
 
 TransferLimits gf_transferLimits() {

@@ -11,6 +11,7 @@
 #include "frame/links.h"
 #include "frame/links_seam.h"
 #include "frame/mainloop.h"
+#include "service/client.h"
 #include "service/state.h"
 #include "support/fixture.h"
 
@@ -232,9 +233,20 @@ TEST_F(ScheduleTest, SimTimeFollowsTheSimulatorsClock) {
 }
 
 TEST_F(ScheduleTest, TimeOfWeekFollowsTheSnapshotOnlyWhileShifted) {
-    tick();
-    const TimeOfWeek wall = gf_timeOfWeekAt(gf_utcNow());
-    EXPECT_EQ(gf_loadTimeOfWeek(), wall);
+    const int64_t wednesday = 1'767'225'600 + 6 * 86400 + 13 * 3600 + 45 * 60;  // 2026-01-07 13:45 UTC
+    const TimeOfWeek wall = gf_timeOfWeekAt(gf_utcNow()), shifted{3, 27};
+    ASSERT_NE(wall, shifted);
+    const struct {
+        bool timeShifted;
+        int64_t snapshot;
+        TimeOfWeek expected;
+    } cases[] = {{false, wednesday, wall}, {true, 0, wall}, {true, wednesday, shifted}};
+    for (const auto& c : cases) {
+        loop.timeShifted = c.timeShifted;
+        trafficReader.lastTrafficTime = static_cast<double>(c.snapshot);
+        gf_computeTimeOfWeek();
+        EXPECT_EQ(gf_loadTimeOfWeek(), c.expected) << c.timeShifted << " " << c.snapshot;
+    }
 }
 
 TEST_F(ScheduleTest, UnmatchedAircraftAreForgottenOnlyWhenTheUserAsks) {

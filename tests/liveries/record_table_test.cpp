@@ -66,19 +66,3 @@ TEST(FlatRecordTable, KeysWrittenInPlaceAndAClearedTable) {
     EXPECT_TRUE(table.empty());
     EXPECT_EQ(table.find("REG99"), nullptr);
 }
-
-TEST(ShortCode, ReadsLikeAStringAndRefusesLongerText) {
-    const ShortCode<4> type("B738");
-    EXPECT_EQ(type, "B738");
-    EXPECT_EQ(type.size(), 4u);
-    EXPECT_EQ(std::string(type), "B738");
-    const ShortCode<3> airline("SW");
-    EXPECT_EQ(airline.view(), "SW");
-    EXPECT_FALSE(airline == "SWR");
-    EXPECT_TRUE(ShortCode<3>().empty());
-    EXPECT_EQ(std::string(ShortCode<3>()), "");
-    std::ostringstream os;
-    os << type;
-    EXPECT_EQ(os.str(), "B738");
-    EXPECT_THROW(ShortCode<3>("SWRX"), std::length_error);
-}

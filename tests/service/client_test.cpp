@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <regex>
+#include <set>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -11,6 +12,7 @@
 #include "frame/core/errors.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
+#include "frame/core/params.h"
 #include "frame/core/runstate.h"
 #include "service/exchange.h"
 #include "service/session.h"
@@ -216,14 +218,6 @@ TEST_F(ClientTest, ReaderThreadEndsByStatus) {
     }
 }
 
-TEST_F(ClientTest, UnknownGuidIsRefusedLikeTheService) {
-    login();
-    trafficReader.guid = "not-a-session";
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
-    EXPECT_EQ(code, 401);
-}
-
 TEST_F(ClientTest, StopRequestEndsAStalledTransfer) {
     login();
     Fault stall = fault("/v4/traffic", FaultKind::Stall, 0, /*skip*/ 1);
@@ -237,31 +231,116 @@ TEST_F(ClientTest, StopRequestEndsAStalledTransfer) {
     EXPECT_EQ(code, 9999);
 }
 
-// libcurl needs about 7 s of real time to see a stall even with a 1 s limit: run with ZARK_SLOW_TESTS=1.
-TEST_F(ClientTest, LowSpeedLimitAbandonsAStalledAnswer) {
-    if (std::getenv("ZARK_SLOW_TESTS") == nullptr) GTEST_SKIP() << "set ZARK_SLOW_TESTS=1 to run";
+// Buffer 4 is the oldest snapshot: it is the initial load, due at once; buffer 0, the newest, is due last.
+TEST_F(ClientTest, HistoryBuffersComeOldestFirstEachSixSecondsLater) {
     login();
-    gf_setTransferLimits({.connectTimeoutS = 2, .lowSpeedLimit = 1, .lowSpeedTimeS = 1});
-    Fault stall = fault("/v4/traffic", FaultKind::Stall, 0, /*skip*/ 1);
-    stall.stallMs = -1;
-    double_->addFault(stall);
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400));
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
-    EXPECT_EQ(code, 400);
-    EXPECT_TRUE(logHas("curl traffic code_t: Timeout was reached"));
-}
-
-TEST_F(ClientTest, EmptyHistoryIsNoErrorAndSnapshotsFollow) {
-    login();
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 406));
+    {
+        std::lock_guard lock(service.trafficLock);
+        service.acceptTraffic = true;
+    }
     double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 1));
     int32_t code = 0;
     lf_trafficLoop(trafficReader, code);
-    EXPECT_TRUE(logHas(" buffer traffic msg double says no"));
-    EXPECT_TRUE(logHas("buffer failed 406"));
     std::lock_guard lock(service.trafficLock);
-    EXPECT_FALSE(service.liveQueue.empty());
+    std::vector<TrafficRecord> all(service.initialLoad.begin(), service.initialLoad.end());
+    all.insert(all.end(), service.liveQueue.begin(), service.liveQueue.end());
+    std::set<int32_t> dueTicks;
+    double lowest = 1e12, highest = -1e12;  // due time minus time stamp, s: the same for every record
+    for (const TrafficRecord& r : all) {
+        dueTicks.insert(r.dueTick);
+        lowest = std::min(lowest, r.dueTick / 100.0 - r.timestamp);
+        highest = std::max(highest, r.dueTick / 100.0 - r.timestamp);
+    }
+    for (int32_t due : {0, 600, 1200, 1800, 2400}) EXPECT_EQ(dueTicks.count(due), 1u) << due;  // the medians
+    EXPECT_TRUE(std::all_of(service.initialLoad.begin(), service.initialLoad.end(),
+                            [](const TrafficRecord& r) { return r.dueTick < 300; }));
+    EXPECT_LT(highest - lowest, 3.0);
+    EXPECT_GT(trafficReader.liveCount.load(), 0) << "the panel counts the newest buffer";
+}
+
+TEST_F(ClientTest, RaisedRateLimitsOfTheServiceAreHonoured) {
+    double_->setRates(5000, 3000);
+    const int64_t before = lf_nowMs();
+    login();
+    EXPECT_EQ(lf_nowMs() - before, 3000);
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 3));
+    int32_t code = 0;
+    lf_trafficLoop(trafficReader, code);
+    const auto traffic = double_->requests("/v4/traffic");
+    ASSERT_EQ(traffic.size(), 4u);
+    for (size_t i = 1; i < traffic.size(); ++i) EXPECT_EQ(traffic[i].steadyMs - traffic[i - 1].steadyMs, 5000);
+    double_->addFault(fault("/v4/weather", FaultKind::Status, 400, /*skip*/ 1));
+    lf_weatherLoop(weatherClient, code);
+    std::vector<tdbl::RequestRecord> side;
+    for (const auto& r : double_->requests())
+        if (r.path != "/v4/traffic") side.push_back(r);
+    ASSERT_GE(side.size(), 3u);
+    for (size_t i = 1; i < side.size(); ++i) EXPECT_EQ(side[i].steadyMs - side[i - 1].steadyMs, 3000) << i;
+}
+
+TEST_F(ClientTest, TheQueryBoxFollowsOnlyARealMoveOrANewRange) {
+    const auto box = [] {
+        return std::array<double, 4>{trafficReader.top, trafficReader.bottom, trafficReader.left, trafficReader.right};
+    };
+    const auto first = box();  // Zurich, set up by the fixture
+    EXPECT_NEAR(first[0] - first[1], 2 * parDerived.rangeNm * 1.852 / 111.2, 1e-9);
+    gf_setQueryPosition(47.458056 + 0.00014, 8.548056 - 0.00014);
+    lf_updateArea();
+    EXPECT_EQ(box(), first) << "a move under 0.00015 degrees keeps the box";
+    gf_setQueryPosition(47.458056, 8.548056 + 0.00016);
+    lf_updateArea();
+    EXPECT_NE(box()[2], first[2]);
+    const auto moved = box();
+    parDerived.rangeNm = parDerived.rangeNm + 10.0;
+    lf_updateArea();
+    EXPECT_GT(box()[0], moved[0]) << "a longer range widens the box in place";
+    const auto wide = box();
+    gf_setQueryPosition(0.0009, 0.05);  // no position yet: nothing changes, not even the user position
+    lf_updateArea();
+    EXPECT_EQ(box(), wide);
+    EXPECT_EQ(trafficReader.userLatitude.load(), 47.458056);
+}
+
+TEST_F(ClientTest, ResetsForgetTheSessionTheDecoderTheWeatherAndTheRemovals) {
+    login();
+    for (RtClient* c : std::initializer_list<RtClient*>{&weatherClient, &trafficReader}) {
+        c->answer = "x";
+        c->authAnswer = "y";
+        c->stopRequested = true;
+    }
+    trafficReader.batch.resize(2);
+    trafficReader.collectSeen = true;
+    trafficReader.lastTrafficTime = 5.0;
+    service.qnh = 990;
+    service.engineQnh = 990;
+    service.lastQnh = 990;
+    panel.qnhShown = 990;
+    gf_resetReaders();
+    for (RtClient* c : std::initializer_list<RtClient*>{&weatherClient, &trafficReader}) {
+        EXPECT_TRUE(c->guid.empty() && c->answer.empty() && c->authAnswer.empty());
+        EXPECT_FALSE(c->stopRequested);
+    }
+    EXPECT_TRUE(trafficReader.batch.empty());
+    EXPECT_FALSE(trafficReader.collectSeen);
+    EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0);
+    EXPECT_EQ(trafficReader.areaRangeNm, -1.0);
+    EXPECT_EQ(service.qnh + service.engineQnh + service.lastQnh + panel.qnhShown, 4 * 1013);
+    service.removals.push_back({0x4b1614, 5});
+    gf_resetService();
+    EXPECT_TRUE(service.removals.empty()) << "a new run removes nothing of the last one's";
+}
+
+TEST_F(ClientTest, ABaseUrlWithATrailingSlashIsUsedWithout) {
+    for (bool fromEnvironment : {false, true}) {
+        SCOPED_TRACE(fromEnvironment);
+        gf_setServiceBaseUrl(fromEnvironment ? "" : double_->baseUrl() + "//");
+        if (fromEnvironment) setenv("ZARK_RT_URL", (double_->baseUrl() + "/").c_str(), 1);
+        EXPECT_EQ(gf_serviceBaseUrl(), double_->baseUrl());
+        trafficReader.guid.clear();
+        gf_rtLogin(weatherClient);
+        EXPECT_FALSE(trafficReader.guid.empty());
+        unsetenv("ZARK_RT_URL");
+    }
 }
 
 // --- weather ---
@@ -292,6 +371,7 @@ TEST_F(WeatherTest, PressureInEveryFormTheServiceSends) {
     EXPECT_EQ(qnhAfterOneRound(1081), 1009);
     EXPECT_TRUE(logHas("Strange QNH 366 found in "));
     EXPECT_EQ(qnhAfterOneRound(1080), 1080);
+    EXPECT_EQ(qnhAfterOneRound(930), 930);     // both ends of 930..1080 are believed
     EXPECT_EQ(qnhAfterOneRound("abc"), 1013);  // the reading counts as 1013
     EXPECT_TRUE(logHas("QNH string invalid arg: "));
     EXPECT_EQ(qnhAfterOneRound("99999999999"), 1013);
@@ -307,6 +387,43 @@ TEST_F(WeatherTest, PressureInEveryFormTheServiceSends) {
         << weather[0].body;
     EXPECT_TRUE(std::regex_match(double_->requests("/v4/nearestmetar")[0].body,
                                  std::regex("GUID=[^&]+&toffset=0&lat=47\\.4581&lon=8\\.5481")));
+}
+
+// The panel's lamps follow what the readers last got: green for a good answer or traffic, yellow for a
+// failed weather round or an empty snapshot; a stopped reader's red lamp stays.
+TEST_F(WeatherTest, TheLampsShowWhatTheReadersLastGot) {
+    login();
+    int32_t code = 0;
+    double_->addFault(fault("/v4/weather", FaultKind::EmptyBody));
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
+    lf_weatherLoop(weatherClient, code);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 3) << "no good answer yet: the lamp stays as it was";
+    qnhAfterOneRound(1013);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 1);
+    gf_sleepFor(std::chrono::milliseconds(2000));  // the pause the ended round skipped
+    double_->addFault(fault("/v4/weather", FaultKind::EmptyBody));
+    double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
+    weatherClient.stopRequested = false;
+    lf_weatherLoop(weatherClient, code);
+    gf_weatherLamps();
+    EXPECT_EQ(panel.weatherLamp, 2);
+
+    panel.trafficLamp = 2;  // as the start of the traffic shows it
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
+    lf_trafficLoop(trafficReader, code);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 1);
+    gf_setQueryPosition(10.0, 10.0);  // no flights there
+    lf_updateArea();
+    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
+    lf_trafficLoop(trafficReader, code);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 2);
+    gf_readerEnded("Traffic", panel.trafficLamp, weatherClient, 400, false);
+    gf_trafficLamps();
+    EXPECT_EQ(panel.trafficLamp, 3);
 }
 
 TEST_F(WeatherTest, RoundsArePacedAndFailuresCostOnlyTheirRound) {
@@ -330,7 +447,7 @@ TEST_F(WeatherTest, RoundsArePacedAndFailuresCostOnlyTheirRound) {
     expectPaced(side, 2000);
 }
 
-TEST_F(WeatherTest, ThreadEndsAndLampsFollow) {
+TEST_F(WeatherTest, ThreadEndsByStatus) {
     login();
     double_->addFault(fault("/v4/nearestmetar", FaultKind::Status, 401, /*skip*/ 1));
     gf_weatherReaderThread();
@@ -346,27 +463,6 @@ TEST_F(WeatherTest, ThreadEndsAndLampsFollow) {
     gf_weatherReaderThread();
     EXPECT_TRUE(logHas("Weather RT API: parameter fault"));
     EXPECT_TRUE(run.readerStopped);
-
-    service.weatherOk = true;
-    gf_weatherLamps();
-    EXPECT_EQ(panel.weatherLamp, 1);
-    service.weatherOk = false;
-    gf_weatherLamps();
-    EXPECT_EQ(panel.weatherLamp, 2);
-}
-
-TEST_F(ClientTest, TrafficLampFollowsTheLastSnapshot) {
-    panel.sessionUp = true;
-    panel.trafficLamp = 1;
-    trafficReader.liveCount = 0;
-    gf_trafficLamps();
-    EXPECT_EQ(panel.trafficLamp, 2);
-    trafficReader.liveCount = 4;
-    gf_trafficLamps();
-    EXPECT_EQ(panel.trafficLamp, 1);
-    panel.trafficLamp = 3;
-    gf_trafficLamps();
-    EXPECT_EQ(panel.trafficLamp, 3);  // a stopped reader stays off
 }
 
 // --- logout ---
@@ -376,7 +472,9 @@ TEST_F(ClientTest, LogoutEndsTheSessionOnce) {
     EXPECT_TRUE(double_->requests("/v4/deauth").empty());  // no session, nothing sent
     login();
     const std::string guid = trafficReader.guid;
+    gf_takeDirtyBands();
     gf_rtLogout();
+    EXPECT_TRUE(gf_takeDirtyBands() & (1u << static_cast<int>(Band::Status))) << "the panel shows the session gone";
     const auto deauth = double_->requests("/v4/deauth");
     ASSERT_EQ(deauth.size(), 1u);
     EXPECT_EQ(deauth[0].body, "GUID=" + guid);

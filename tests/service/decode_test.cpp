@@ -160,6 +160,11 @@ TEST_F(DecodeTest, CorruptPositionsRaise744AndTheRangeFilters) {
     }
     l[1] = -0.0005;
     EXPECT_NO_THROW(decode(l));
+    for (auto [lat, lon] : {std::pair{90.0, 180.0}, std::pair{-90.0, -180.0}}) {  // the edges are positions
+        l[1] = lat;
+        l[2] = lon;
+        EXPECT_NO_THROW(decode(l)) << lat;
+    }
     l[1] = 91.0;
     EXPECT_THROW(decode(l), zel::SysErrorException);
     l[1] = 47.0;
@@ -320,20 +325,6 @@ TEST_F(DecodeTest, BankOnlyWhenAirborneAndAirspeedDefaults) {
     EXPECT_EQ(decode(l)->airspeed, 180.0 + 40.0);  // a text is no airspeed: the default for 5000 ft
 }
 
-TEST_F(DecodeTest, SeenSetsCollectWhileAsked) {
-    decode(line());
-    std::unordered_set<std::string> callsigns;
-    std::unordered_set<uint32_t> hexids;
-    gf_takeSeenAircraft(callsigns, hexids);
-    EXPECT_TRUE(callsigns.empty());
-    trafficReader.collectSeen = true;
-    decode(line());
-    gf_takeSeenAircraft(callsigns, hexids);
-    EXPECT_THAT(callsigns, testing::UnorderedElementsAre("SWR137H"));
-    EXPECT_THAT(hexids, testing::UnorderedElementsAre(0x4b1614u));
-    EXPECT_FALSE(trafficReader.collectSeen);
-}
-
 // --- hand-over ---
 
 class HandOverTest : public DecodeTest {
@@ -366,13 +357,10 @@ TEST_F(HandOverTest, DueTicksCountFromTheMedianInTenths) {
     batchOf({42.0});
     lf_handOverSnapshot(trafficReader, 6);
     EXPECT_EQ(liveDueTicks().back(), 600 + 5000);
-}
-
-TEST_F(HandOverTest, EmptyBatchClearsTheTrafficTime) {
     trafficReader.lastTrafficTime = 12.0;
     batchOf({});
     lf_handOverSnapshot(trafficReader, 30);
-    EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0);
+    EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0) << "an empty snapshot says: no traffic now";
 }
 
 TEST_F(HandOverTest, InitialLoadOnlyWhileTakenAndEmpty) {

@@ -1,6 +1,9 @@
 // What the simulator's notices do to the run: running or not, a new flight or place, frames, exceptions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
 #include "frame/core/runstate.h"
@@ -87,12 +90,38 @@ TEST_F(SessionTest, ExceptionsAreLoggedWithTheirWords) {
     EXPECT_TRUE(exitRequests_.empty());
 }
 
-TEST_F(SessionTest, AShortMessageIsDroppedNotRead) {
+// The forms without the trailing flags word (28-byte object add/remove, 32-byte frame) are read in full;
+// one byte less than the handlers read is dropped with a line in the log.
+TEST_F(SessionTest, ShortFormsAreReadAndAByteLessIsDropped) {
     open();
-    std::vector<uint8_t> shortFrame = {16, 0, 0, 0, 5, 0, 0, 0, 7, 0, 0, 0, 0, 0, 0, 0};
-    sim_.sendRaw(shortFrame);
+    userAt(50.03, 8.57, 100);
+    sim_.sendAddRemove(kEvObjectRemoved, 120, SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT, /*withFlags=*/false);
+    for (int i = 0; i < 30; ++i) sim_.sendFrame(45.0f, /*withFlags=*/false);
     ASSERT_TRUE(step());
-    EXPECT_TRUE(logHas("Short SimConnect message dwID 7"));
+    const auto ev = events();
+    ASSERT_EQ(ev.size(), 1u);
+    EXPECT_EQ(ev[0].kind, kSimRemoved);
+    EXPECT_EQ(ev[0].objectId, 120u);
+    EXPECT_EQ(simlink.frameRate, 45.0f);
+    const auto cut = [](uint32_t id, std::vector<uint32_t> words, size_t bytes) {
+        std::vector<uint8_t> m(bytes, 0);
+        words.insert(words.begin(), {static_cast<uint32_t>(bytes), 5u, id});
+        std::memcpy(m.data(), words.data(), std::min(bytes, words.size() * 4));
+        return m;
+    };
+    float fps = 24.0f;
+    uint32_t fpsBits = 0;
+    std::memcpy(&fpsBits, &fps, 4);
+    sim_.sendRaw(cut(SIMCONNECT_RECV_ID_EVENT_OBJECT_ADDREMOVE, {0xFFFFFFFF, kEvObjectRemoved, 121, 2}, 27));
+    for (int i = 0; i < 30; ++i) sim_.sendRaw(cut(SIMCONNECT_RECV_ID_EVENT_FRAME, {0xFFFFFFFF, 204, 0, fpsBits}, 27));
+    ASSERT_TRUE(step());
+    EXPECT_TRUE(events().empty());
+    EXPECT_EQ(simlink.frameRate, 45.0f);
+    EXPECT_TRUE(logHas("Short SimConnect message dwID 5: 27 bytes, 28 expected"));
+    EXPECT_TRUE(logHas("Short SimConnect message dwID 7: 27 bytes, 28 expected"));
+    for (int i = 0; i < 30; ++i) sim_.sendRaw(cut(SIMCONNECT_RECV_ID_EVENT_FRAME, {0xFFFFFFFF, 204, 0, fpsBits}, 28));
+    ASSERT_TRUE(step());
+    EXPECT_EQ(simlink.frameRate, 24.0f) << "28 bytes hold the frame rate";
 }
 
 }  // namespace

@@ -179,7 +179,7 @@ void ScriptedSim::sendEvent(uint32_t eventId, uint32_t data, bool withFlags) {
     sendRaw(m);
 }
 
-void ScriptedSim::sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t type) {
+void ScriptedSim::sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t type, bool withFlags) {
     std::vector<uint8_t> m;
     PacketWriter w(m);
     lf_head(w, SIMCONNECT_RECV_ID_EVENT_OBJECT_ADDREMOVE);
@@ -187,7 +187,7 @@ void ScriptedSim::sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t ty
     w.u32(eventId);
     w.u32(objectId);
     w.u32(type);
-    w.u32(0);
+    if (withFlags) w.u32(0);
     w.finish();
     sendRaw(m);
 }
@@ -205,7 +205,7 @@ void ScriptedSim::sendFilename(const std::string& path) {
     sendRaw(m);
 }
 
-void ScriptedSim::sendFrame(float frameRate) {
+void ScriptedSim::sendFrame(float frameRate, bool withFlags) {
     std::vector<uint8_t> m;
     PacketWriter w(m);
     lf_head(w, SIMCONNECT_RECV_ID_EVENT_FRAME);
@@ -214,7 +214,7 @@ void ScriptedSim::sendFrame(float frameRate) {
     w.u32(0);
     w.f32(frameRate);
     w.f32(1.0f);
-    w.u32(0);
+    if (withFlags) w.u32(0);
     w.finish();
     sendRaw(m);
 }

@@ -32,9 +32,10 @@ public:
                   uint32_t buildMinor = 32);
     void sendQuit();
     void sendEvent(uint32_t eventId, uint32_t data, bool withFlags = true);
-    void sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t type = SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT);
+    void sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t type = SIMCONNECT_SIMOBJECT_TYPE_AIRCRAFT,
+                       bool withFlags = true);
     void sendFilename(const std::string& path);
-    void sendFrame(float frameRate);
+    void sendFrame(float frameRate, bool withFlags = true);
     void sendException(uint32_t code, uint32_t sendId, uint32_t index = 0);
     // SIMOBJECT_DATA (or BYTYPE) with the payload as given.
     void sendData(uint32_t requestId, uint32_t objectId, uint32_t defineId, const std::vector<uint8_t>& payload,

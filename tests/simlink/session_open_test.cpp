@@ -39,6 +39,30 @@ TEST_F(SessionTest, CloseDuringAnExitRequestsNothingMore) {
     EXPECT_FALSE(logHas("no longer connected"));
 }
 
+// A new run starts from nothing: the old session is closed and nothing queued or learned is kept.
+TEST_F(SessionTest, TheResetClosesTheSessionAndForgetsTheRun) {
+    open();
+    userAt(50.03, 8.57, 100);
+    for (int i = 0; i < 2; ++i) {  // one list being filled, one swapped out for the next frame
+        PositionUpdate p;
+        p.objectId = 130;
+        gf_pushPosition(p);
+        lf_swapOutboundPositions();
+    }
+    CreateRequest create;
+    create.tail = "DLH1";
+    gf_queueCreate(create);
+    user.writeParkListHead = [] {};
+    ASSERT_FALSE(simQueues.outboundPositions[0].empty() && simQueues.outboundPositions[1].empty());
+    gf_resetSimlink();
+    EXPECT_FALSE(sim_.connected());
+    EXPECT_EQ(simlink.hSimConnect, nullptr);
+    EXPECT_TRUE(simQueues.outboundPositions[0].empty() && simQueues.outboundPositions[1].empty());
+    EXPECT_TRUE(simQueues.createQueue.empty());
+    EXPECT_EQ(user.lastUserLatitude, 0.0);
+    EXPECT_FALSE(user.writeParkListHead);
+}
+
 TEST_F(SessionTest, WithoutASimulatorTheOpenFailsQuietly) {
     gf_setInProcessServer(nullptr);
     EXPECT_FALSE(gf_openSimConnect());

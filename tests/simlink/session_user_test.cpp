@@ -71,6 +71,9 @@ TEST_F(UserTest, AnUnknownModelIsDeducedFromAnAerosoftTitle) {
     EXPECT_TRUE(logHas("SimConnect: User aircraft model deduced from title: A320, half wing span: 17.9 meter"));
     EXPECT_TRUE(panel.userSpanKnown);
     EXPECT_EQ(user.userCategory, ModelCategory::Large);
+    title("Aerosoft A321");  // the shortest title that tells its type
+    ASSERT_TRUE(model("AB_A321_IAE"));
+    EXPECT_EQ(user.userModel, "A321");
 }
 
 TEST_F(UserTest, AnUnknownModelTakesTheLargestSpanAndSaysSo) {
@@ -124,6 +127,12 @@ TEST_F(UserTest, TheSnapshotIsCopiedWholeWithItsTimeAndTheUserObject) {
     EXPECT_EQ(copy.zuluYear, 2024);
     EXPECT_EQ(user.userSnapshot.zuluTime, 3600);
     EXPECT_EQ(gf_simEpochSeconds(2026, 1, 0), 1767225600);
+    auto cut = ScriptedSim::snapshot(51.0, 9.0);
+    cut.resize(cut.size() - 8);  // one field short: not read
+    sim_.sendData(kReqUserSnapshot, 77, kDefUserData, cut);
+    ASSERT_TRUE(step());
+    EXPECT_TRUE(logHas(fmt::format("User aircraft data of {} bytes, {} expected", cut.size(), cut.size() + 8)));
+    EXPECT_EQ(user.userSnapshot.latitude, 50.0);
 }
 
 TEST_F(UserTest, TheOncePerSecondDataIsTheTickAndTrustedOnlyWithAPosition) {

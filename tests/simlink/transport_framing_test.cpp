@@ -54,6 +54,11 @@ TEST(TransportFraming, TwoMessagesInOneReadAreBothTakenInOrder) {
     ASSERT_EQ(cut.out.size(), 2u);
     EXPECT_EQ(cut.out[0], a);
     EXPECT_EQ(cut.out[1], b);
+    // A read that ends one byte into the next message keeps that byte.
+    EXPECT_TRUE(f.feed(both.data(), a.size() + 1, cut.sink()));
+    EXPECT_TRUE(f.feed(both.data() + a.size() + 1, b.size() - 1, cut.sink()));
+    ASSERT_EQ(cut.out.size(), 4u);
+    EXPECT_EQ(cut.out[3], b);
 }
 
 TEST(TransportFraming, MessageSplitOverThreeReadsIsTakenOnce) {

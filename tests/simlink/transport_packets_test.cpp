@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string>
 
+#include "simlink/transport/framer.h"
 #include "simlink/transport/session.h"
 #include "support/fixture.h"
 #include "transport_support.h"
@@ -184,6 +185,10 @@ TEST_F(TransportPackets, BadArgumentsAndUnknownHandlesAreRefused) {
     EXPECT_EQ(SimConnect_CallDispatch(&notASession, Received::collect, nullptr), E_INVALIDARG);
     EXPECT_EQ(SimConnect_Close(&notASession), E_INVALIDARG);
     EXPECT_EQ(SimConnect_GetLastSentPacketID(h_, nullptr), E_INVALIDARG);
+    // Data up to the receive buffer's 1 MiB may be set, a byte more no longer.
+    std::vector<uint8_t> data(kReceiveBufferLimit + 1);
+    EXPECT_EQ(SimConnect_SetDataOnSimObject(h_, 402, 2, 0, 0, kReceiveBufferLimit, data.data()), S_OK);
+    EXPECT_EQ(SimConnect_SetDataOnSimObject(h_, 402, 2, 0, 0, kReceiveBufferLimit + 1, data.data()), E_INVALIDARG);
 }
 
 TEST_F(TransportPackets, CloseEndsTheConnectionAndTheHandle) {

@@ -138,14 +138,6 @@ TEST_F(ParametersTest, WindowPositionAtALimitFallsBackToDefault) {
     EXPECT_EQ(MAIN_WINDOW_X.current, 400);
 }
 
-TEST_F(ParametersTest, LateralRangeDerivesTheRadius) {
-    LATERAL_RANGE.current = 150;
-    gf_applyLateralRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 100);
-    EXPECT_EQ(parDerived.radiusMetres, 100 * 1852 + 10000);
-    EXPECT_DOUBLE_EQ(parDerived.rangeNm, 100.0);
-}
-
 TEST_F(ParametersTest, MetaBlockWrittenAndChecked) {
     pugi::xml_document doc;
     gf_writeMeta(doc);

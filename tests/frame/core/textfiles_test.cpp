@@ -17,19 +17,12 @@ protected:
         EXPECT_EQ(gf_readExtTextFileToStringVector("f.txt", out), 1);
         return out;
     }
-    static std::string utf16le(const std::u16string& s) {
-        std::string b = "\xFF\xFE";
+    // UTF-16 with its byte order mark, little or big endian.
+    static std::string utf16(const std::u16string& s, bool little = true) {
+        std::string b = little ? "\xFF\xFE" : "\xFE\xFF";
         for (char16_t c : s) {
-            b.push_back(static_cast<char>(c & 0xFF));
-            b.push_back(static_cast<char>(c >> 8));
-        }
-        return b;
-    }
-    static std::string utf16be(const std::u16string& s) {
-        std::string b = "\xFE\xFF";
-        for (char16_t c : s) {
-            b.push_back(static_cast<char>(c >> 8));
-            b.push_back(static_cast<char>(c & 0xFF));
+            const char low = static_cast<char>(c & 0xFF), high = static_cast<char>(c >> 8);
+            b += little ? std::string{low, high} : std::string{high, low};
         }
         return b;
     }
@@ -38,15 +31,15 @@ protected:
 
 TEST_F(TextFilesTest, Utf16WithBothByteOrdersBecomesUtf8Lines) {
     const std::u16string text = u"[fltsim.0]\r\ntitle=Z\u00fcrich \u00c9t\u00e9\r\nlast";
-    EXPECT_EQ(read(utf16le(text), TextEncoding::Unicode),
+    EXPECT_EQ(read(utf16(text), TextEncoding::Unicode),
               (Lines{"[fltsim.0]", "title=Z\u00fcrich \u00c9t\u00e9", "last"}));
-    EXPECT_EQ(read(utf16be(text), TextEncoding::UnicodeBigEndian),
+    EXPECT_EQ(read(utf16(text, false), TextEncoding::UnicodeBigEndian),
               (Lines{"[fltsim.0]", "title=Z\u00fcrich \u00c9t\u00e9", "last"}));
 }
 
 TEST_F(TextFilesTest, Utf16SurrogatePairsSurviveAndBrokenOnesFail) {
-    EXPECT_EQ(read(utf16le(u"a\U0001F600b"), TextEncoding::Unicode), (Lines{"a\U0001F600b"}));
-    writeFile("bad.txt", utf16le(std::u16string(1, char16_t(0xD800)) + u"x"));
+    EXPECT_EQ(read(utf16(u"a\U0001F600b"), TextEncoding::Unicode), (Lines{"a\U0001F600b"}));
+    writeFile("bad.txt", utf16(std::u16string(1, char16_t(0xD800)) + u"x"));
     std::vector<std::string> out;
     // The conversion failure is caught, logged, and the result is 0.
     EXPECT_EQ(gf_readExtTextFileToStringVector("bad.txt", out), 0);
@@ -69,8 +62,6 @@ TEST_F(TextFilesTest, EmptyAndUnreadableFiles) {
     EXPECT_TRUE(out.empty());
     const std::string log = logText();
     EXPECT_NE(log.find("cannot open file missing.txt for character encoding, err: "), std::string::npos);
-    EXPECT_STREQ(gf_encodingName(TextEncoding::NoneFound), "none_found");
-    EXPECT_STREQ(gf_encodingName(TextEncoding::UnicodeBigEndian), "Unicode_big_endian");
 }
 
 TEST_F(TextFilesTest, AtomicSaveReplacesWholeFileAndLeavesNoTemporary) {
