@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -10,6 +11,7 @@
 #include "frame/core/runstate.h"
 #include "frame/lifecycle.h"
 #include "frame/links.h"
+#include "frame/links_seam.h"
 #include "support/fixture.h"
 
 namespace {
@@ -22,6 +24,8 @@ protected:
         links::setTrace(&trace_);
         gf_readParameters();
         std::filesystem::copy(gf_binaryDir() / "install" / "input", "input", std::filesystem::copy_options::recursive);
+        std::filesystem::create_directories("output");
+        std::filesystem::copy(gf_binaryDir() / "install" / "output" / "LiveriesScanned.xml", "output");
         links::databaseRead = false;
         SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D v5";
         PROGRAM_VERSION.current = "9.3.0";
@@ -52,11 +56,13 @@ TEST_P(StartHoldCases, ARecentRunHoldsTheRestOfTwoSeconds) {
     gf_saveParameter(PROGRAM_VERSION);
     const SteadyTime started = gf_steadyNow();
     // The wait for the simulator after the hold sleeps on the manual clock: end it there.
-    std::thread closer([started] {
-        while (gf_steadyNow() < started + std::chrono::seconds(30)) std::this_thread::yield();
+    std::atomic<bool> ended{false};
+    std::thread closer([started, &ended] {
+        while (!ended && gf_steadyNow() < started + std::chrono::seconds(30)) std::this_thread::yield();
         run.userClosed = true;
     });
     lf_startUpZARK();
+    ended = true;
     closer.join();
     const std::string log = logText();
     if (c.logged)

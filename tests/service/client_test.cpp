@@ -325,9 +325,11 @@ TEST_F(ClientTest, ResetsForgetTheSessionTheDecoderTheWeatherAndTheRemovals) {
     EXPECT_EQ(trafficReader.lastTrafficTime.load(), 0.0);
     EXPECT_EQ(trafficReader.areaRangeNm, -1.0);
     EXPECT_EQ(service.qnh + service.engineQnh + service.lastQnh + panel.qnhShown, 4 * 1013);
-    service.removals.push_back({0x4b1614, 5});
+    service.liveQueue.emplace_back();
+    service.initialLoad.emplace_back();
     gf_resetService();
-    EXPECT_TRUE(service.removals.empty()) << "a new run removes nothing of the last one's";
+    EXPECT_TRUE(service.liveQueue.empty() && service.initialLoad.empty())
+        << "a new run plays nothing of the last one's";
 }
 
 TEST_F(ClientTest, ABaseUrlWithATrailingSlashIsUsedWithout) {
