@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# The full test suite: setup, a format check, a plain build with warnings as errors and all tests, then
-# the same tests again in a build with AddressSanitizer and UndefinedBehaviorSanitizer, the tests of the
-# threaded subsystems under ThreadSanitizer, and a short fuzzing run.
+# The full test suite: setup, a format check, a plain build with warnings as errors and all tests, the
+# Windows build with its tests under Wine (scripts/test-windows.sh), then the same tests again in a build
+# with AddressSanitizer and UndefinedBehaviorSanitizer, the tests of the threaded subsystems under
+# ThreadSanitizer, and a short fuzzing run.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -23,13 +24,13 @@ if grep -rnE '#include "frame/[A-Za-z_]+\.h"' common service simlink engine park
   exit 1
 fi
 
-echo "== Windows sources (cross compiler, syntax only) =="
-bash scripts/check-windows.sh
-
 echo "== plain build =="
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo
 cmake --build build -j"$jobs"
 ctest --test-dir build --output-on-failure -j"$jobs"
+
+# The Windows build: ZARK_P3D.exe, its tests under Wine, an end-to-end run and the zip (uses build/).
+bash scripts/test-windows.sh
 
 echo "== sanitizer build (ASan + UBSan) =="
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=Debug -DZARK_SANITIZE=ON -DZARK_BENCH=OFF

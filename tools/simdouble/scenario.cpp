@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <fstream>
+#include <numbers>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -12,7 +13,7 @@ namespace simdouble {
 
 namespace {
 
-constexpr double kDegToRad = M_PI / 180.0;
+constexpr double kDegToRad = std::numbers::pi / 180.0;
 
 using json = nlohmann::json;
 
