@@ -21,7 +21,8 @@ done
 stage=$build/package/ZARK_P3D
 rm -rf "$build/package"
 mkdir -p "$stage/docs"
-cp "$exe" "$stage/"
+# Without its debug information: 58 MB become a few.
+x86_64-w64-mingw32-strip --strip-debug -o "$stage/ZARK_P3D.exe" "$exe"
 cp -r "$input" "$stage/input"
 cp packaging/windows/SimConnect.cfg.example "$stage/"
 sed "s/@VERSION@/$version/" packaging/windows/README.txt | sed 's/$/\r/' >"$stage/README.txt"
