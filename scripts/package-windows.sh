@@ -46,6 +46,9 @@ WINEPREFIX=$(cd "$build" && pwd)/package/clean-prefix
 wine=/usr/lib/wine/wine64
 "$wine" wineboot -i >/dev/null 2>&1
 "$wine" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+# The desktop wineboot started knows no display driver yet: a fresh server takes the null one.
+/usr/lib/wine/wineserver -k || true
+/usr/lib/wine/wineserver -w
 (cd "$stage" && ZARK_RT_URL=http://127.0.0.1:9 "$wine" ZARK_P3D.exe >/dev/null 2>&1) &
 runner=$!
 "$wine" "$build/tools/closewindow/closewindow.exe" --wait 60 >/dev/null

@@ -17,5 +17,7 @@ if [ ! -e "$WINEPREFIX/system.reg" ]; then
     "$WINE" wineboot -i >/dev/null 2>&1
     "$WINE" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
     "$WINE" reg add 'HKCU\Software\Wine\WineDbg' /v ShowCrashDialog /t REG_DWORD /d 0 /f >/dev/null 2>&1
-    "$WINESERVER" -w  # the registry reaches its files when the server ends
+    # A fresh server takes the null driver, and the registry reaches its files when the server ends.
+    "$WINESERVER" -k || true
+    "$WINESERVER" -w
 fi
