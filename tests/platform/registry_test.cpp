@@ -40,8 +40,8 @@ TEST_F(Registry, ReadsStringValuesOfBothHives) {
     EXPECT_EQ(gf_readRegistryString(kTestKeyText, "SimConnect_Port_IPv4", RegistryHive::CurrentUser), "500");
     EXPECT_EQ(gf_readRegistryString(kTestKeyText, "SetupPath", RegistryHive::LocalMachine),
               "D:\\Prepar3D v5 Z\xC3\xBCrich \xE7\x8E\x8B\\");
-    // Each hive is its own: the same name in the other is not found.
-    EXPECT_EQ(gf_readRegistryString(kTestKeyText, "SimConnect_Port_IPv4", RegistryHive::LocalMachine), std::nullopt);
+    // Each hive is its own: the key exists in both, the value only in the user's.
+    EXPECT_EQ(gf_readRegistryString(kTestKeyText, "SimConnect_Port_IPv4", RegistryHive::LocalMachine), "");
 }
 
 TEST_F(Registry, AMissingValueIsEmptyAndAMissingKeyIsNothing) {

@@ -125,6 +125,9 @@ TEST_F(TransportConfig, OpenWithAMissingSectionIsABadArgument) {
 }
 
 TEST_F(TransportConfig, NothingToTryIsLoggedOnceAndFails) {
+#ifdef _WIN32
+    GTEST_SKIP() << "Windows always has the simulator's local named pipe to try";
+#endif
     HANDLE h = nullptr;
     EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
     EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
