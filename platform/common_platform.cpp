@@ -41,3 +41,7 @@ std::optional<std::string> gf_readRegistryString(const std::string& subKey, cons
     if (reader) return reader(subKey, valueName);
     return gf_platformReadRegistry(subKey, valueName, hive);
 }
+
+std::filesystem::path gf_utf8Path(std::string_view utf8) {
+    return std::filesystem::path(std::u8string(reinterpret_cast<const char8_t*>(utf8.data()), utf8.size()));
+}

@@ -50,6 +50,10 @@ inline constexpr uint32_t kNoUnicodeTranslation = 1113;
 std::u16string gf_utf8ToUtf16(std::string_view utf8);
 std::string gf_utf16ToUtf8(std::u16string_view utf16);
 
+// A path from the program's UTF-8 text. A plain std::string would be read in the ANSI code page on
+// Windows, and a folder with letters outside it would be another, missing folder.
+std::filesystem::path gf_utf8Path(std::string_view utf8);
+
 // Single-instance lock: true if this process now holds it, false if another instance does.
 // Windows: named mutex "Local\$ZARKTraffic_P3D$". Linux: flock on a lock file in the app-data folder.
 bool gf_acquireInstanceLock();

@@ -11,8 +11,33 @@ packages=(
   libfltk1.3-dev
   clang-14 libclang-rt-14-dev clang-format
   python3 curl
-  g++-mingw-w64-x86-64-posix
+  g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev zip unzip
 )
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+
+# The Windows build cross-compiles some libraries from Debian's source packages (apt-get source): the
+# same mirrors as the binary packages, as deb-src lines of their own.
+src_list=/etc/apt/sources.list.d/zark-deb-src.sources
+if [ ! -e "$src_list" ]; then
+  echo "setup: adding deb-src lines ($src_list)"
+  $SUDO tee "$src_list" >/dev/null <<'SOURCES'
+Types: deb-src
+URIs: http://deb.debian.org/debian
+Suites: bookworm bookworm-updates
+Components: main
+Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
+
+Types: deb-src
+URIs: http://deb.debian.org/debian-security
+Suites: bookworm-security
+Components: main
+Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
+SOURCES
+  $SUDO apt-get update -q
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -26,9 +51,6 @@ if [ ${#missing[@]} -eq 0 ]; then
   exit 0
 fi
 
-SUDO=""
-if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 echo "setup: installing ${missing[*]}"
-export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update -q
 $SUDO apt-get install -y -q --no-install-recommends "${missing[@]}"

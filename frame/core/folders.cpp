@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 RunPaths runPaths;
 
 void gf_storeStockAirportsPath() {
-    runPaths.stockAirports = fs::path(SIM_INSTALL_PATH.current) / "Scenery";
+    runPaths.stockAirports = gf_utf8Path(SIM_INSTALL_PATH.current) / "Scenery";
     std::error_code ec;
     if (!fs::exists(runPaths.stockAirports, ec))
         gf_showMessage(fmt::format("Stock airports path does not exist: {}", runPaths.stockAirports.string()), true);

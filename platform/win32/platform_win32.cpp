@@ -60,8 +60,13 @@ void gf_timerResolutionEnd() { timeEndPeriod(1); }
 void gf_gmtime(std::time_t t, std::tm& out) { gmtime_s(&out, &t); }
 
 bool gf_acquireInstanceLock() {
-    g_instanceMutex = CreateMutexA(nullptr, FALSE, "Local\\$ZARKTraffic_P3D$");
-    if (GetLastError() == ERROR_ALREADY_EXISTS) return false;
+    HANDLE mutex = CreateMutexA(nullptr, FALSE, "Local\\$ZARKTraffic_P3D$");
+    if (GetLastError() == ERROR_ALREADY_EXISTS) {
+        // Another instance owns the name; this handle would only keep it alive after that one ends.
+        CloseHandle(mutex);
+        return false;
+    }
+    g_instanceMutex = mutex;  // nullptr when the system refused: run as the only instance
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include <mutex>
 
+#include "platform/win32/resources/resource_ids.h"
 #include "platform/window.h"
 
 namespace {
@@ -26,17 +27,24 @@ LRESULT CALLBACK lf_wndProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
 
 bool gf_createWindow(int x, int y, WindowProcedure procedure) {
     g_procedure = std::move(procedure);
+    const HINSTANCE instance = GetModuleHandleW(nullptr);
+    // The title is also the class name; at most 100 characters. An executable without its resources
+    // (a test) still gets the right name.
+    wchar_t title[101] = L"ZARK_P3D";
+    if (LoadStringW(instance, IDS_APP_TITLE, title, 101) <= 0) wcscpy_s(title, L"ZARK_P3D");
+    const HICON icon = LoadIconW(instance, MAKEINTRESOURCEW(IDI_ZARK_P3D));
     WNDCLASSEXW wc{};
     wc.cbSize = sizeof(wc);
     wc.style = CS_HREDRAW | CS_VREDRAW;
     wc.lpfnWndProc = lf_wndProc;
-    wc.hInstance = GetModuleHandleW(nullptr);
+    wc.hInstance = instance;
+    wc.hIcon = icon;
+    wc.hIconSm = icon;
     wc.hCursor = LoadCursorW(nullptr, reinterpret_cast<LPCWSTR>(IDC_ARROW));
     wc.hbrBackground = static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH));
-    wc.lpszClassName = L"ZARK_P3D";
+    wc.lpszClassName = title;
     RegisterClassExW(&wc);
-    g_hwnd = CreateWindowExW(0, L"ZARK_P3D", L"ZARK_P3D", 0x00C80000, x, y, 880, 516, nullptr, nullptr, wc.hInstance,
-                             nullptr);
+    g_hwnd = CreateWindowExW(0, title, title, 0x00C80000, x, y, 880, 516, nullptr, nullptr, instance, nullptr);
     if (!g_hwnd) return false;
     ShowWindow(g_hwnd, SW_SHOWNORMAL);
     UpdateWindow(g_hwnd);

@@ -5,7 +5,10 @@
 #include <cctype>
 #include <cstdlib>
 #include <fstream>
+#include <iterator>
 #include <mutex>
+#include <sstream>
+#include <stdexcept>
 
 #include <fmt/format.h>
 
@@ -53,17 +56,43 @@ std::string gf_simConnectSectionName(uint32_t index) {
     return index == 0 ? std::string("SimConnect") : fmt::format("SimConnect.{}", index);
 }
 
-std::optional<std::map<std::string, std::string>> gf_readIniSection(const fs::path& file, const std::string& section) {
+// The whole file as UTF-8 text. Notepad saves "Unicode" as UTF-16 with a byte order mark, and the
+// profile functions of Windows read such files, so they are taken too; UTF-16 without a mark is known by
+// its zero bytes. nullopt (and a log line) for a file that cannot be read as text.
+static std::optional<std::string> lf_readIniText(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
     if (!in) return std::nullopt;
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    auto at = [&](size_t i) { return static_cast<unsigned char>(bytes[i]); };
+    if (bytes.size() >= 3 && bytes.compare(0, 3, "\xEF\xBB\xBF") == 0) return bytes.substr(3);
+    const bool markLE = bytes.size() >= 2 && at(0) == 0xFF && at(1) == 0xFE;
+    const bool markBE = bytes.size() >= 2 && at(0) == 0xFE && at(1) == 0xFF;
+    const bool bareLE = !markLE && !markBE && bytes.size() >= 2 && at(0) != 0 && at(1) == 0;
+    if (!markLE && !markBE && !bareLE) return bytes;
+    const size_t start = bareLE ? 0 : 2;
+    std::u16string wide;
+    wide.reserve(bytes.size() / 2);
+    for (size_t i = start; i + 1 < bytes.size(); i += 2)
+        wide.push_back(static_cast<char16_t>(markBE ? (at(i) << 8) | at(i + 1) : at(i) | (at(i + 1) << 8)));
+    try {
+        if ((bytes.size() - start) % 2 != 0) throw std::runtime_error("an odd number of bytes");
+        return gf_utf16ToUtf8(wide);
+    } catch (const std::exception& e) {
+        gf_logf("SimConnect: \"{}\" looks like UTF-16 text but is not ({}), the file is ignored", file.string(),
+                e.what());
+        return std::nullopt;
+    }
+}
+
+std::optional<std::map<std::string, std::string>> gf_readIniSection(const fs::path& file, const std::string& section) {
+    const std::optional<std::string> text = lf_readIniText(file);
+    if (!text) return std::nullopt;
+    std::istringstream in(*text);
     const std::string wanted = lf_lower(section);
     std::optional<std::map<std::string, std::string>> result;
     bool inside = false;
     std::string line;
-    bool first = true;
     while (std::getline(in, line)) {
-        if (first && line.size() >= 3 && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
-        first = false;
         std::string t = lf_trim(line);
         if (t.empty() || t[0] == ';' || t[0] == '#') continue;
         if (t[0] == '[') {

@@ -80,6 +80,12 @@ private:
     void readerLoop() {
         auto sink = [this](std::vector<uint8_t>&& m) { inbound_.onMessage(std::move(m)); };
         for (;;) {
+            // The stop is looked at before every read too: a link's shutdown() may come while this thread
+            // is delivering a message, and a read begun after it could wait for ever.
+            {
+                std::lock_guard lock(lock_);
+                if (stopping_) break;
+            }
             std::string error;
             long n = link_->readSome(framer_.writable(), framer_.writableSize(), error);
             bool stopping;

@@ -8,6 +8,7 @@
 #include <winsock2.h>
 #include <ws2tcpip.h>
 
+#include <atomic>
 #include <mutex>
 
 #include <fmt/format.h>
@@ -62,11 +63,17 @@ private:
     SOCKET s_;
 };
 
-// The pipe is opened overlapped, so that the reader and the writer may wait at the same time.
+// The pipe is opened overlapped, so that the reader and the writer may wait at the same time. The stop
+// must hold whenever it comes: CancelIoEx ends only the operations pending at that moment, so the flag is
+// looked at before every new operation, and a wait that began before the flag was set also waits on the
+// stop event and then cancels its own operation.
 class PipeLink final : public ByteLink {
 public:
-    explicit PipeLink(HANDLE h) : h_(h) {}
-    ~PipeLink() override { CloseHandle(h_); }
+    explicit PipeLink(HANDLE h) : h_(h), stopEvent_(CreateEventW(nullptr, TRUE, FALSE, nullptr)) {}
+    ~PipeLink() override {
+        CloseHandle(h_);
+        CloseHandle(stopEvent_);
+    }
     bool writeAll(const uint8_t* data, size_t n, std::string& error) override {
         while (n > 0) {
             DWORD done = 0;
@@ -76,29 +83,41 @@ public:
         }
         return true;
     }
+    // 0 at the end of the pipe and after shutdown().
     long readSome(uint8_t* data, size_t n, std::string& error) override {
         DWORD done = 0;
         if (!io(true, data, static_cast<DWORD>(n), done, error)) return error.empty() ? 0 : -1;
         return static_cast<long>(done);
     }
-    void shutdown() override { CancelIoEx(h_, nullptr); }
+    void shutdown() override {
+        stopped_ = true;
+        SetEvent(stopEvent_);
+        CancelIoEx(h_, nullptr);  // every operation on the handle, of every thread
+    }
 
 private:
     bool io(bool read, uint8_t* data, DWORD n, DWORD& done, std::string& error) {
+        if (stopped_) return false;
         OVERLAPPED ov{};
         ov.hEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
         BOOL ok = read ? ReadFile(h_, data, n, nullptr, &ov) : WriteFile(h_, data, n, nullptr, &ov);
         DWORD code = ok ? ERROR_SUCCESS : GetLastError();
         if (ok || code == ERROR_IO_PENDING) {
+            const HANDLE waits[2] = {ov.hEvent, stopEvent_};
+            if (WaitForMultipleObjects(2, waits, FALSE, INFINITE) != WAIT_OBJECT_0) CancelIoEx(h_, &ov);
+            // Waits for the end of the operation in any case: the system writes into ov and data until then.
             ok = GetOverlappedResult(h_, &ov, &done, TRUE);
             code = ok ? ERROR_SUCCESS : GetLastError();
         }
         CloseHandle(ov.hEvent);
         if (ok) return true;
-        if (code != ERROR_BROKEN_PIPE && code != ERROR_OPERATION_ABORTED) error = lf_lastError(code);
+        if (code != ERROR_BROKEN_PIPE && code != ERROR_OPERATION_ABORTED && code != ERROR_PIPE_NOT_CONNECTED)
+            error = lf_lastError(code);
         return false;
     }
     HANDLE h_;
+    HANDLE stopEvent_;  // manual reset: set once by shutdown() and stays set
+    std::atomic<bool> stopped_{false};
 };
 
 }  // namespace

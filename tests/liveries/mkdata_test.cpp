@@ -14,11 +14,21 @@ namespace {
 
 class MkdataTest : public ZarkTest {
 protected:
+    void SetUp() override {
+        ZarkTest::SetUp();
+#ifdef _WIN32
+        GTEST_SKIP() << "mkdata runs on the build machine (Linux); the Windows build copies its output";
+#endif
+    }
     int run(const std::string& args) {
         const std::string cmd =
             fmt::format("\"{}\" {} > mkdata.out 2>&1", (gf_binaryDir() / "tools/mkdata/mkdata").string(), args);
         const int status = std::system(cmd.c_str());
+#ifdef _WIN32
+        return status;
+#else
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+#endif
     }
 };
 

@@ -29,30 +29,12 @@ protected:
         EXPECT_EQ(SimConnect_Open(&h_, "ZARK_P3D", nullptr, 0, nullptr, 0), S_OK);
         return h_ != nullptr;
     }
-    // Dispatches until the predicate holds; the loopback needs a moment, never more than 5 s.
     template <typename P>
     HRESULT dispatchUntil(P done) {
-        HRESULT hr = S_OK;
-        auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (!done() && std::chrono::steady_clock::now() < deadline) {
-            hr = SimConnect_CallDispatch(h_, Received::collect, &got_);
-            if (FAILED(hr)) break;
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return hr;
+        return ::dispatchUntil(h_, got_, done);
     }
     void openAndAsk() {
-        ASSERT_EQ(dispatchUntil([&] { return !got_.ofId(SIMCONNECT_RECV_ID_OPEN).empty(); }), S_OK);
-        Bytes open = got_.ofId(SIMCONNECT_RECV_ID_OPEN).at(0);
-        EXPECT_EQ(open.size(), 308u);
-        EXPECT_STREQ(reinterpret_cast<const SIMCONNECT_RECV_OPEN*>(open.data())->szApplicationName,
-                     "Lockheed Martin\xC2\xAE Prepar3D\xC2\xAE v5");
-        SimConnect_AddToDataDefinition(h_, 408, "ATC MODEL", nullptr, SIMCONNECT_DATATYPE_STRING32);
-        SimConnect_RequestDataOnSimObject(h_, 107, 408, SIMCONNECT_OBJECT_ID_USER, SIMCONNECT_PERIOD_ONCE);
-        ASSERT_EQ(dispatchUntil([&] { return !got_.ofId(SIMCONNECT_RECV_ID_SIMOBJECT_DATA).empty(); }), S_OK);
-        Bytes data = got_.ofId(SIMCONNECT_RECV_ID_SIMOBJECT_DATA).at(0);
-        EXPECT_EQ(data.size(), 40u + 32u);
-        EXPECT_STREQ(reinterpret_cast<const char*>(data.data() + 40), "C130");
+        openAndAskTheDouble(h_, got_);
         EXPECT_EQ(server_.withSim([](simdouble::SimDouble& s) { return s.clientName(1); }), "ZARK_P3D");
     }
     simdouble::SimDouble sim_;

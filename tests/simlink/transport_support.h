@@ -2,8 +2,10 @@
 // records the client's packets, a collector of dispatched messages, and little-endian field access.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "simlink/transport/inprocess.h"
@@ -83,3 +85,32 @@ protected:
         ZarkTest::TearDown();
     }
 };
+
+// Dispatches until the predicate holds; a loopback or pipe needs a moment, never more than 5 s.
+template <typename P>
+HRESULT dispatchUntil(HANDLE h, Received& got, P done) {
+    HRESULT hr = S_OK;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    while (!done() && std::chrono::steady_clock::now() < deadline) {
+        hr = SimConnect_CallDispatch(h, Received::collect, &got);
+        if (FAILED(hr)) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return hr;
+}
+
+// Against the simulator double: the answer to the open names Prepar3D v5, and a request for the user
+// aircraft's model comes back with the scenario's "C130".
+inline void openAndAskTheDouble(HANDLE h, Received& got) {
+    ASSERT_EQ(dispatchUntil(h, got, [&] { return !got.ofId(SIMCONNECT_RECV_ID_OPEN).empty(); }), S_OK);
+    Bytes open = got.ofId(SIMCONNECT_RECV_ID_OPEN).at(0);
+    EXPECT_EQ(open.size(), 308u);
+    EXPECT_STREQ(reinterpret_cast<const SIMCONNECT_RECV_OPEN*>(open.data())->szApplicationName,
+                 "Lockheed Martin\xC2\xAE Prepar3D\xC2\xAE v5");
+    SimConnect_AddToDataDefinition(h, 408, "ATC MODEL", nullptr, SIMCONNECT_DATATYPE_STRING32);
+    SimConnect_RequestDataOnSimObject(h, 107, 408, SIMCONNECT_OBJECT_ID_USER, SIMCONNECT_PERIOD_ONCE);
+    ASSERT_EQ(dispatchUntil(h, got, [&] { return !got.ofId(SIMCONNECT_RECV_ID_SIMOBJECT_DATA).empty(); }), S_OK);
+    Bytes data = got.ofId(SIMCONNECT_RECV_ID_SIMOBJECT_DATA).at(0);
+    EXPECT_EQ(data.size(), 40u + 32u);
+    EXPECT_STREQ(reinterpret_cast<const char*>(data.data() + 40), "C130");
+}

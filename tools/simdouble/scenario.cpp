@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fstream>
+#include <numbers>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -14,7 +15,7 @@ namespace simdouble {
 
 namespace {
 
-constexpr double kDegToRad = M_PI / 180.0;
+constexpr double kDegToRad = std::numbers::pi / 180.0;
 
 using json = nlohmann::json;
 

@@ -14,6 +14,7 @@
 
 #include "common/clock.h"
 #include "common/geo.h"
+#include "platform/platform.h"
 #include "simlink/transport/packets.h"
 
 namespace simdouble {
@@ -267,7 +268,7 @@ struct SimDouble::Impl {
         if (n == "ZULU DAY OF YEAR" || n == "ZULU YEAR") {
             std::time_t t = static_cast<std::time_t>(zulu);
             std::tm tm{};
-            gmtime_r(&t, &tm);
+            gf_gmtime(t, tm);
             return n == "ZULU YEAR" ? tm.tm_year + 1900 : tm.tm_yday + 1;
         }
         if (n == "LIGHT STATES" || n == "LIGHT ON STATES") return static_cast<double>(o.lights);

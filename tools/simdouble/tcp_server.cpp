@@ -1,5 +1,9 @@
 #include "tools/simdouble/tcp_server.h"
 
+#ifdef _WIN32
+#include <winsock2.h>
+#include <ws2tcpip.h>
+#else
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netdb.h>
@@ -8,6 +12,7 @@
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
+#endif
 
 #include <algorithm>
 #include <cerrno>
@@ -20,15 +25,42 @@ namespace simdouble {
 
 constexpr int kPollMs = 2;  // the loop's beat: frames are due every 16 to 33 ms
 
+namespace {
+#ifdef _WIN32
+constexpr int kNoSignal = 0;  // Winsock raises no signal on a broken connection
+constexpr int kCloexec = 0;
+void lf_closeSocket(SocketFd s) { ::closesocket(s); }
+int lf_poll(pollfd* fds, size_t n, int ms) { return ::WSAPoll(fds, static_cast<ULONG>(n), ms); }
+SocketFd lf_accept(SocketFd s) { return ::accept(s, nullptr, nullptr); }
+bool lf_valid(SocketFd s) { return s != INVALID_SOCKET; }
+std::string lf_socketError() { return fmt::format("Winsock error {}", ::WSAGetLastError()); }
+#else
+constexpr int kNoSignal = MSG_NOSIGNAL;
+constexpr int kCloexec = SOCK_CLOEXEC;
+void lf_closeSocket(SocketFd s) { ::close(s); }
+int lf_poll(pollfd* fds, size_t n, int ms) { return ::poll(fds, n, ms); }
+SocketFd lf_accept(SocketFd s) { return ::accept4(s, nullptr, nullptr, SOCK_CLOEXEC); }
+bool lf_valid(SocketFd s) { return s >= 0; }
+std::string lf_socketError() { return std::strerror(errno); }
+#endif
+// setsockopt takes the value as char* on Windows, void* elsewhere.
+template <typename T>
+void lf_setOption(SocketFd s, int level, int name, const T& value) {
+    ::setsockopt(s, level, name, reinterpret_cast<const char*>(&value), sizeof value);
+}
+}  // namespace
+
 struct TcpServer::Client final : Peer {
-    int fd = -1;
+    SocketFd fd{};
     uint32_t connection = 0;
     bool closed = false;
     void send(const uint8_t* data, size_t n) override {
         while (n > 0 && !closed) {
-            ssize_t k = ::send(fd, data, n, MSG_NOSIGNAL);
+            const auto k = ::send(fd, reinterpret_cast<const char*>(data), static_cast<int>(n), kNoSignal);
             if (k < 0) {
+#ifndef _WIN32
                 if (errno == EINTR) continue;
+#endif
                 closed = true;  // the client went away; the loop notices on its next read
                 return;
             }
@@ -41,25 +73,38 @@ struct TcpServer::Client final : Peer {
         closed = true;
         if (abrupt) {
             linger l{1, 0};  // a reset, not an orderly end
-            ::setsockopt(fd, SOL_SOCKET, SO_LINGER, &l, sizeof l);
+            lf_setOption(fd, SOL_SOCKET, SO_LINGER, l);
         } else {
+#ifdef _WIN32
+            ::shutdown(fd, SD_SEND);
+#else
             ::shutdown(fd, SHUT_WR);
+#endif
         }
     }
 };
 
-TcpServer::TcpServer(SimDouble& sim, bool realTime) : sim_(sim), realTime_(realTime) {
+TcpServer::TcpServer(SimDouble& sim, bool realTime) : SimHost(sim, realTime) {
+#ifdef _WIN32
+    WSADATA data;
+    ::WSAStartup(MAKEWORD(2, 2), &data);
+#else
     if (::pipe(wakePipe_) != 0) wakePipe_[0] = wakePipe_[1] = -1;
+#endif
 }
 
 TcpServer::~TcpServer() {
     stop();
-    for (int fd : listeners_) ::close(fd);
-    for (auto& [fd, c] : clients_) ::close(fd);
+    for (SocketFd fd : listeners_) lf_closeSocket(fd);
+    for (auto& [fd, c] : clients_) lf_closeSocket(fd);
+#ifdef _WIN32
+    ::WSACleanup();
+#else
     if (wakePipe_[0] >= 0) {
         ::close(wakePipe_[0]);
         ::close(wakePipe_[1]);
     }
+#endif
 }
 
 uint16_t TcpServer::listen(const std::string& address, uint16_t port, std::string& error) {
@@ -74,13 +119,15 @@ uint16_t TcpServer::listen(const std::string& address, uint16_t port, std::strin
         error = fmt::format("address \"{}\": {}", address, ::gai_strerror(rc));
         return 0;
     }
-    int fd = ::socket(list->ai_family, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    int one = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    if (list->ai_family == AF_INET6) ::setsockopt(fd, IPPROTO_IPV6, IPV6_V6ONLY, &one, sizeof one);
-    if (fd < 0 || ::bind(fd, list->ai_addr, list->ai_addrlen) != 0 || ::listen(fd, 16) != 0) {
-        error = fmt::format("listen on [{}]:{}: {}", address, port, std::strerror(errno));
-        if (fd >= 0) ::close(fd);
+    const SocketFd fd = ::socket(list->ai_family, SOCK_STREAM | kCloexec, 0);
+    const int one = 1;
+#ifndef _WIN32
+    lf_setOption(fd, SOL_SOCKET, SO_REUSEADDR, one);  // on Windows it would let two servers share a port
+#endif
+    if (list->ai_family == AF_INET6) lf_setOption(fd, IPPROTO_IPV6, IPV6_V6ONLY, one);
+    if (!lf_valid(fd) || ::bind(fd, list->ai_addr, static_cast<int>(list->ai_addrlen)) != 0 || ::listen(fd, 16) != 0) {
+        error = fmt::format("listen on [{}]:{}: {}", address, port, lf_socketError());
+        if (lf_valid(fd)) lf_closeSocket(fd);
         ::freeaddrinfo(list);
         return 0;
     }
@@ -102,16 +149,13 @@ void TcpServer::start() {
 
 void TcpServer::stop() {
     stop_ = true;
+#ifndef _WIN32
     if (wakePipe_[1] >= 0) {
         char b = 0;
         [[maybe_unused]] ssize_t k = ::write(wakePipe_[1], &b, 1);
     }
+#endif
     if (thread_.joinable()) thread_.join();
-}
-
-void TcpServer::advance(int64_t ms) {
-    std::lock_guard lock(lock_);
-    sim_.advance(ms);
 }
 
 size_t TcpServer::clients() {
@@ -123,15 +167,8 @@ void TcpServer::loop() {
     auto last = std::chrono::steady_clock::now();
     while (!stop_) {
         serviceOnce(kPollMs);
-        if (realTime_) {
-            auto now = std::chrono::steady_clock::now();
-            auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(now - last).count();
-            if (ms > 0) {
-                last += std::chrono::milliseconds(ms);
-                std::lock_guard lock(lock_);
-                sim_.advance(ms);
-            }
-        }
+        std::lock_guard lock(lock_);
+        followClock(last);
     }
 }
 
@@ -143,26 +180,33 @@ void TcpServer::serviceOnce(int timeoutMs) {
         for (auto it = clients_.begin(); it != clients_.end();) {
             if (it->second->closed) {
                 sim_.removeConnection(it->second->connection);
-                ::close(it->first);
+                lf_closeSocket(it->first);
                 it = clients_.erase(it);
             } else {
                 ++it;
             }
         }
-        for (int fd : listeners_) fds.push_back({fd, POLLIN, 0});
+        for (SocketFd fd : listeners_) fds.push_back({fd, POLLIN, 0});
         for (auto& [fd, c] : clients_) fds.push_back({fd, POLLIN, 0});
     }
+    const size_t sockets = fds.size();
+#ifndef _WIN32
     if (wakePipe_[0] >= 0) fds.push_back({wakePipe_[0], POLLIN, 0});
-    if (::poll(fds.data(), fds.size(), timeoutMs) <= 0) return;
+#endif
+    if (fds.empty()) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(timeoutMs));
+        return;
+    }
+    if (lf_poll(fds.data(), fds.size(), timeoutMs) <= 0) return;
     std::lock_guard lock(lock_);
     uint8_t buffer[65536];
-    for (const pollfd& p : fds) {
-        if (p.revents == 0 || p.fd == wakePipe_[0]) continue;
+    for (size_t i = 0; i < sockets; ++i) {
+        const pollfd& p = fds[i];
+        if (p.revents == 0) continue;
         if (std::find(listeners_.begin(), listeners_.end(), p.fd) != listeners_.end()) {
-            int fd = ::accept4(p.fd, nullptr, nullptr, SOCK_CLOEXEC);
-            if (fd < 0) continue;
-            int one = 1;
-            ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+            const SocketFd fd = lf_accept(p.fd);
+            if (!lf_valid(fd)) continue;
+            lf_setOption(fd, IPPROTO_TCP, TCP_NODELAY, 1);
             auto c = std::make_unique<Client>();
             c->fd = fd;
             c->connection = sim_.addConnection(c.get());
@@ -172,11 +216,11 @@ void TcpServer::serviceOnce(int timeoutMs) {
         auto it = clients_.find(p.fd);
         if (it == clients_.end()) continue;
         Client& c = *it->second;
-        ssize_t n = c.closed ? 0 : ::recv(p.fd, buffer, sizeof buffer, 0);
+        const auto n = c.closed ? 0 : ::recv(p.fd, reinterpret_cast<char*>(buffer), sizeof buffer, 0);
         if (n > 0) sim_.receive(c.connection, buffer, static_cast<size_t>(n));
         if (n <= 0 || c.closed) {
             sim_.removeConnection(c.connection);
-            ::close(p.fd);
+            lf_closeSocket(p.fd);
             clients_.erase(it);
         }
     }

@@ -1,4 +1,5 @@
-// tools/simdouble/tcp_server.h — serves a SimDouble over TCP, IPv4 and IPv6, on one thread of its own.
+// tools/simdouble/tcp_server.h — serves a SimDouble over TCP, IPv4 and IPv6, on one thread of its own
+// (BSD sockets, or Winsock in the Windows build of the double).
 // The double is used only under the server's lock: withSim() lets a test or the executable look inside.
 #pragma once
 
@@ -11,13 +12,18 @@
 #include <thread>
 #include <vector>
 
-#include "tools/simdouble/simdouble.h"
+#include "tools/simdouble/sim_host.h"
 
 namespace simdouble {
 
-class TcpServer {
+#ifdef _WIN32
+using SocketFd = unsigned long long;  // Winsock's SOCKET
+#else
+using SocketFd = int;
+#endif
+
+class TcpServer : public SimHost {
 public:
-    // realTime: simulator time follows the steady clock; otherwise only advance() moves it.
     TcpServer(SimDouble& sim, bool realTime);
     ~TcpServer();
 
@@ -26,13 +32,6 @@ public:
     uint16_t listen(const std::string& address, uint16_t port, std::string& error);
     void start();
     void stop();
-
-    void advance(int64_t ms);
-    template <typename F>
-    auto withSim(F&& f) {
-        std::lock_guard lock(lock_);
-        return f(sim_);
-    }
     size_t clients();
 
     struct Client;
@@ -40,14 +39,11 @@ public:
 private:
     void loop();
     void serviceOnce(int timeoutMs);
-    SimDouble& sim_;
-    bool realTime_;
-    std::mutex lock_;  // guards sim_ and clients_
-    std::vector<int> listeners_;
-    std::map<int, std::unique_ptr<Client>> clients_;  // by socket
+    std::vector<SocketFd> listeners_;
+    std::map<SocketFd, std::unique_ptr<Client>> clients_;  // by socket
     std::atomic<bool> stop_{false};
     std::thread thread_;
-    int wakePipe_[2] = {-1, -1};
+    int wakePipe_[2] = {-1, -1};  // POSIX: wakes the poll at stop; Windows waits out one beat instead
 };
 
 }  // namespace simdouble
