@@ -12,7 +12,6 @@
 #include "liveries/matching.h"
 #include "simlink/state.h"
 
-
 namespace {
 constexpr int32_t kFirstToggle = 50;    // slices after creation: ALL_LIGHTS_TOGGLE
 constexpr int32_t kSecondToggle = 100;  // and again

@@ -11,10 +11,10 @@ CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDe
 cmake --build build-fuzz -j2 --target fuzz_receive_framing fuzz_simdouble_packets fuzz_liveries_file fuzz_airport_file
 
 # target, its folder in the build, a folder of seeds (or -)
-for spec in "fuzz_receive_framing tools/simdouble -" "fuzz_simdouble_packets tools/simdouble -" \
+for entry in "fuzz_receive_framing tools/simdouble -" "fuzz_simdouble_packets tools/simdouble -" \
             "fuzz_liveries_file tools/mkliveries tools/mkliveries/fuzz" \
             "fuzz_airport_file tools/mkairports tools/mkairports/fuzz/seeds"; do
-  read -r target dir seeds <<< "$spec"
+  read -r target dir seeds <<< "$entry"
   # Absolute paths: the liveries target works in a folder of its own.
   corpus="$PWD/build-fuzz/corpus/$target"
   mkdir -p "$corpus"
