@@ -19,23 +19,18 @@ if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 export DEBIAN_FRONTEND=noninteractive
 
 # The Windows build cross-compiles some libraries from Debian's source packages (apt-get source): the
-# same mirrors as the binary packages, as deb-src lines of their own.
+# same mirrors as the machine's binary packages, as deb-src lines of their own, made from its own lists.
 src_list=/etc/apt/sources.list.d/zark-deb-src.sources
 if [ ! -e "$src_list" ]; then
   echo "setup: adding deb-src lines ($src_list)"
-  $SUDO tee "$src_list" >/dev/null <<'SOURCES'
-Types: deb-src
-URIs: http://deb.debian.org/debian
-Suites: bookworm bookworm-updates
-Components: main
-Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
-
-Types: deb-src
-URIs: http://deb.debian.org/debian-security
-Suites: bookworm-security
-Components: main
-Signed-By: /usr/share/keyrings/debian-archive-keyring.gpg
-SOURCES
+  lines=""
+  for f in /etc/apt/sources.list.d/*.sources; do
+    if [ -e "$f" ]; then lines+="$(sed 's/^Types: deb$/Types: deb-src/' "$f")"$'\n\n'; fi
+  done
+  printf '%s' "$lines" | $SUDO tee "$src_list" >/dev/null
+  if [ -e /etc/apt/sources.list ]; then
+    sed -n 's/^deb \(.*\)$/deb-src \1/p' /etc/apt/sources.list | $SUDO tee /etc/apt/sources.list.d/zark-deb-src.list >/dev/null
+  fi
   $SUDO apt-get update -q
 fi
 
