@@ -31,6 +31,7 @@ protected:
         PROGRAM_VERSION.current = "9.3.0";
     }
     void TearDown() override {
+        links::stopSimClient();  // joined before the clock it sleeps on goes
         links::setTrace(nullptr);
         ZarkTest::TearDown();
     }
