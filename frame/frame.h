@@ -6,6 +6,8 @@
 // Back to the state of a fresh process for everything the frame keeps: its services (gf_resetFrameCore),
 // the main loop's counters and what the orchestration keeps of other subsystems. Every test fixture calls it.
 void gf_resetFrame();
+// The frame and every subsystem back to the state of a fresh process (test fixtures, benchmarks, tools).
+void gf_resetProgram();
 
 // The process: single-instance lock, log, window (headless on a machine without a display), one run.
 // Returns the process exit code: -1 when another instance runs.

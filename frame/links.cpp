@@ -1,6 +1,10 @@
 // How the frame reaches the other subsystems. Each call forwards to the subsystem that owns the work.
 #include "frame/links.h"
+#include "airports/state.h"
+#include "frame/frame.h"
 #include "frame/links_seam.h"
+#include "liveries/state.h"
+#include "parking/state.h"
 
 #include <chrono>
 #include <mutex>
@@ -389,3 +393,13 @@ void dailyDataCheck() {
 }
 
 }  // namespace links
+
+void gf_resetProgram() {
+    gf_resetFrame();
+    gf_resetService();
+    gf_resetSimlink();
+    gf_resetEngine();
+    gf_resetParking();
+    gf_resetAirports();
+    gf_resetLiveries();
+}

@@ -65,13 +65,7 @@ void lf_freshProgram(const fs::path& dir) {
     fs::create_directories(dir / "docs");
     fs::current_path(dir);
     gf_closeLog();
-    gf_resetFrame();
-    gf_resetService();
-    gf_resetSimlink();
-    gf_resetEngine();
-    gf_resetParking();
-    gf_resetAirports();
-    gf_resetLiveries();
+    gf_resetProgram();
     gf_openLog("Log.txt");
 }
 
