@@ -86,8 +86,10 @@ void lf_addThirdpartyAirports() {
 
 // The user aircraft check of the simulator link sees the head of the list through its own copy.
 void lf_mirrorHead() {
-    user.parkListHeadIcao = airports.parkAirports.empty() ? "" : airports.parkAirports.front().icao;
-    user.parkListHeadStand = airports.parkAirports.empty() ? "" : airports.parkAirports.front().stand;
+    if (airports.parkAirports.empty())
+        gf_setUserParkListHead("", "");
+    else
+        gf_setUserParkListHead(airports.parkAirports.front().icao, airports.parkAirports.front().stand);
 }
 
 std::string lf_entryLine(const ParkAirportEntry& e) { return e.stand.empty() ? e.icao : e.icao + "," + e.stand; }

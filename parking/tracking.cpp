@@ -35,10 +35,10 @@ std::string lf_parkLabel() { return gf_airportLabel(parking.parkIcao, parking.pa
 
 // The user aircraft check of the simulator link sees the stands through its own copy.
 void lf_mirrorStands() {
-    user.parkStands.clear();
-    for (const Stand& s : airports.stands) user.parkStands.push_back({s.name, {s.latitude, s.longitude}});
-    user.loadedParkAirport = airports.stands.empty() ? "" : parking.parkIcao;
-    user.standCacheValid = false;
+    std::vector<UserStandSpot> spots;
+    spots.reserve(airports.stands.size());
+    for (const Stand& s : airports.stands) spots.push_back({s.name, {s.latitude, s.longitude}});
+    gf_setUserParkStands(std::move(spots), parking.parkIcao);
 }
 
 void lf_destroyStands() {
