@@ -164,7 +164,7 @@ left_airports = len(re.findall(r" is out of sight \(|, parked aircraft at \S+ wi
 saves = re.findall(r'"([^"]*learned[^"]*\.xml)" saved with (\d+) updates?', log)
 rows.append((f"park airports: {' -> '.join(park_airports) or 'none'}, left {left_airports} time(s)",
              bool(park_airports) and (not flew or (left_airports >= 1 and len(park_airports) >= 2))))
-rows.append(("learned files saved: " + (", ".join(f"{p} ({n} updates)" for p, n in saves) or "none"),
+rows.append(("learned files saved: " + (", ".join(f"{p} ({n} update{'' if n == '1' else 's'})" for p, n in saves) or "none"),
              not flew or bool(saves)))
 print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:
