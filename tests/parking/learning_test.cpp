@@ -76,11 +76,11 @@ struct StayCase {
 TEST_F(LearningTest, AStayBooksItsHalfHours) {
     const std::vector<StayCase> cases = {
         {"no registration, nothing learned", "", false, {{3, 20, false, false}}, {}},
-        {"2 hours: every half hour between",
+        {"2.5 hours: every half hour between",
          "HBJXA",
          false,
-         {{3, 20, false, true}, {3, 24, true, true}},
-         {lf_bits({20, 21, 22, 23, 24})}},
+         {{3, 20, false, true}, {3, 25, true, true}},
+         {lf_bits({20, 21, 22, 23, 24, 25})}},
         {"3 hours: only the two ends",
          "HBJXA",
          false,

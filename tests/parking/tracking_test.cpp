@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fmt/format.h>
+
 #include "engine/state.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -14,6 +16,7 @@
 #include "parking/tracking.h"
 #include "parking_fixture.h"
 #include "service/state.h"
+#include "support/resets.h"
 
 using ::testing::HasSubstr;
 
@@ -175,14 +178,40 @@ TEST_F(TrackingTest, TheParkListReportsWhatTheUserMustMendAndKeepsTheRest) {
     EXPECT_TRUE(stand("A17")->reserved);
 }
 
-TEST_F(TrackingTest, AnAirportWithoutFileIsNotParkedAndTheMessageSaysWhy) {
-    // Toulouse without its file: the user on the ground there is told, nothing is loaded.
+TEST_F(TrackingTest, SoftLearningIsOnlyForAirportsWithAThinHistory) {
+    // Toulouse with 19 or 20 stands and a quality of 45: from 20 stands its history is good enough.
+    for (const size_t count : {19u, 20u}) {
+        SCOPED_TRACE(count);
+        std::string stands;
+        for (size_t i = 0; i < count; ++i)
+            stands += fmt::format(
+                "<parkpos id=\"G{}\" latitude=\"{:.6f}\" longitude=\"1.363820\" heading=\"0\" "
+                "radius=\"20\"/>",
+                i, 43.6291 + 0.001 * static_cast<double>(i));
+        writeFile("airports/archive/stock/LFBO.xml",
+                  "<?xml version=\"1.0\"?><parameters><parameter name=\"airport_name\" value=\"Toulouse\"/>"
+                  "<parameter name=\"publisher\" value=\"stock\"/><parameter name=\"altitude\" value=\"499\"/>"
+                  "<parameter name=\"Qf_real\" value=\"45\"/></parameters><parkpositions>" +
+                      stands + "</parkpositions>");
+        LEARN_SOFT.current = true;
+        panel.parkParametersChanged = false;
+        userAt({43.6291, 1.36382}, true);
+        gf_trackParkAirport(true);
+        ASSERT_EQ(parking.parkIcao, "LFBO");
+        EXPECT_EQ(parking.learnAllowed, count < 20);
+        EXPECT_EQ(LEARN_SOFT.current.load(), count < 20);
+        EXPECT_EQ(panel.parkParametersChanged.load(), count == 20);
+        gf_resetAllSubsystems();
+        ASSERT_TRUE(gf_readAirports());
+    }
+    // Without its file the user on the ground there is told, and nothing is loaded; a missing park list
+    // is no fault.
     std::filesystem::remove("airports/archive/stock/LFBO.xml");
+    std::filesystem::remove(folders::myParkAirports);  // the stays above wrote Toulouse's stand into it
     userAt({43.6291, 1.36382}, true);
     gf_trackParkAirport(true);
     EXPECT_TRUE(parking.parkIcao.empty());
     EXPECT_TRUE(logHas("User aircraft on the ground at LFBO, no airport file found"));
-    // A missing park list is no fault.
     EXPECT_TRUE(gf_readParkAirports(false));
     EXPECT_TRUE(logHas("airports/my_park_airports.txt not found"));
 }
