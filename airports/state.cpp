@@ -12,4 +12,7 @@ void gf_resetAirports() {
     airports.trafficWeek = 0;
     airports.handmade = false;
     airports.learnedPath.clear();
+    airports.parkAirports.clear();
+    airports.lastTrackLat = 0.0;
+    airports.lastTrackLon = 0.0;
 }

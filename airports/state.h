@@ -6,11 +6,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <list>
 #include <string>
 #include <vector>
 
 #include "airports/airport_file.h"
 #include "airports/airport_table.h"
+#include "airports/park_list.h"
 
 struct AirportsState {
     std::vector<Stand> stands;          // the park airport's stands in file order; stand sid is index + 1
@@ -23,6 +25,10 @@ struct AirportsState {
     int32_t trafficWeek = 0;            // `RT_traffic_week` of the file read; 0 when absent
     bool handmade = false;              // the learned file is handmade: its stands replaced the file's
     std::filesystem::path learnedPath;  // where the learned file of the loaded airport is saved; empty: none
+
+    std::list<ParkAirportEntry> parkAirports;  // the user's park airports, nearest first after a sort
+    double lastTrackLat = 0.0;                 // degrees: the user's position at the last sorting
+    double lastTrackLon = 0.0;
 };
 extern AirportsState airports;  // defined in airports/state.cpp
 

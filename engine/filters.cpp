@@ -13,6 +13,7 @@
 #include "engine/records.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
+#include "parking/learning.h"
 
 namespace {
 constexpr double kMetresPerNm = 1852.0;
@@ -104,8 +105,10 @@ void lf_leaveStand(Act& act) {
         if (act.phase == ActPhase::AtStand) act.stream.front().dueTick = engine.slice + 1;
         gf_openSlack(act);
     }
-    // The departure is learned by the stand's history and the stand's occupiedLive flag cleared by the
-    // parking side, which holds the stand table.
+    // The stand's history learns the departure (the pair in learnedPairs comes with it); the stand's
+    // occupiedLive flag is cleared by the parking side, which holds the stand table.
+    if (!act.airline.empty() && act.standCargo == act.cargo)
+        gf_learnAtStand(act.sid, act, true, gf_loadTimeOfWeek(), true);
 }
 
 // A sample of an aircraft at or rolling to its stand; true when it goes on into the stream.

@@ -12,6 +12,7 @@
 #include "engine/records.h"
 #include "engine/state.h"
 #include "frame/core/params.h"
+#include "parking/learning.h"
 #include "simlink/state.h"
 
 namespace {
@@ -179,6 +180,7 @@ void lf_nextLeg(Act& act) {
             continue;
         }
         if (!lf_extrapolate(act)) {
+            if (act.phase != ActPhase::AtStand) gf_learnDeparture(act);
             gf_removeAct(act);
             return;
         }

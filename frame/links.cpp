@@ -4,13 +4,16 @@
 #include "frame/frame.h"
 #include "frame/links_seam.h"
 #include "liveries/state.h"
+#include "parking/learning.h"
 #include "parking/state.h"
+#include "parking/tracking.h"
 
 #include <chrono>
 #include <mutex>
 #include <thread>
 
 #include "airports/airport_table.h"
+#include "airports/park_list.h"
 #include "common/clock.h"
 #include "engine/admission.h"
 #include "engine/creation.h"
@@ -301,7 +304,10 @@ void makeFlightPlanFolder() { lf_trace("makeFlightPlanFolder"); }
 void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
 
 // --- static parking and airports ---
-void trackParkAirport(bool) { lf_trace("trackParkAirport"); }
+void trackParkAirport(bool firstCall) {
+    lf_trace("trackParkAirport");
+    gf_trackParkAirport(firstCall);
+}
 bool renewParking(bool) {
     lf_trace("renewParking");
     return answers.renewParking.value_or(false);
@@ -310,19 +316,34 @@ void flushStatic() { lf_trace("flushStatic"); }
 void clearReservedStand() { lf_trace("clearReservedStand"); }
 std::string reReadParkAirports() {
     lf_trace("reReadParkAirports");
-    return {};
+    std::string text;
+    gf_reReadParkAirports(true, text);
+    return text;
 }
-void readParkAirports() { lf_trace("readParkAirports"); }
+void readParkAirports() {
+    lf_trace("readParkAirports");
+    gf_readParkAirports(false);
+}
 bool atParkAirport() {
     lf_trace("atParkAirport");
     return panel.atParkAirport.load();
 }
-double nearestListedAirportNm(LatLon) {
+double nearestListedAirportNm(LatLon user) {
     lf_trace("nearestListedAirportNm");
-    return answers.nearestListedAirportNm.value_or(10000.0);
+    if (answers.nearestListedAirportNm) return *answers.nearestListedAirportNm;
+    return gf_nearestListedAirportNm(user);
 }
-void leaveParkAirport() { lf_trace("leaveParkAirport"); }
-void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
+void leaveParkAirport() {
+    lf_trace("leaveParkAirport");
+    gf_saveIfChanged();
+}
+void resetParkingForRestart() {
+    lf_trace("resetParkingForRestart");
+    // The save ran at the end of the last run; the next run finds its park airport afresh.
+    gf_resetParkingForRun();
+    gf_resetAirports();
+    gf_clearParkAirport();
+}
 void setParkingControls(bool) { lf_trace("setParkingControls"); }
 
 // --- liveries ---

@@ -3,18 +3,24 @@
 # generated real-world data, and runs the program against a simulated Prepar3D v5 (a user aircraft
 # standing at stand A15 of Zurich) and a traffic service replaying recorded Zurich flights.
 # It closes the program like the close button does and prints what happened.
-#   scripts/demo.sh [--seconds N]     (default 120)
+#   scripts/demo.sh [--seconds N] [--fly]     (default 120 s; 240 s with --fly)
+# --fly: 30 s after the start the user takes off, flies 32 nm east of Zurich at up to 9000 ft and comes
+# back to his stand: the park airport is left when he is out of sight and taken up again on the way back.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
 
-seconds=120
+seconds=""
+scenario="$repo/data/demo/simulator_lszh.json"
+fly=0
 while [ $# -gt 0 ]; do
   case "$1" in
     --seconds) seconds="$2"; shift 2 ;;
-    *) echo "usage: scripts/demo.sh [--seconds N]" >&2; exit 2 ;;
+    --fly) fly=1; scenario="$repo/data/demo/simulator_lszh_flight.json"; shift ;;
+    *) echo "usage: scripts/demo.sh [--seconds N] [--fly]" >&2; exit 2 ;;
   esac
 done
+[ -n "$seconds" ] || seconds=$([ "$fly" = 1 ] && echo 240 || echo 120)
 
 bash scripts/setup.sh
 jobs=$(nproc 2>/dev/null || echo 2)
@@ -57,7 +63,7 @@ cleanup() {
 trap cleanup EXIT
 
 # The double runs in the install folder: it knows the titles of its output/LiveriesScanned.xml.
-(cd "$install_dir" && exec "$repo/build/tools/simdouble/simdouble" --scenario "$repo/data/demo/simulator_lszh.json" \
+(cd "$install_dir" && exec "$repo/build/tools/simdouble/simdouble" --scenario "$scenario" \
   --port "$sim_port" --export "$install_dir/simulator-record.json" > "$install_dir/simdouble.out" 2>&1) &
 sim_pid=$!
 build/tools/trafficdouble/trafficdouble --port "$rt_port" --scenario data/tracks/LSZH_scenario.json \
@@ -79,4 +85,4 @@ kill -INT "$sim_pid"; wait "$sim_pid" || true; sim_pid=""
 curl -s "http://127.0.0.1:$rt_port/control/requests" > "$install_dir/traffic-requests.json" || true
 kill "$rt_pid"; wait "$rt_pid" 2>/dev/null || true; rt_pid=""
 
-python3 scripts/demo_summary.py "$install_dir" "$zark_rc"
+python3 scripts/demo_summary.py "$install_dir" "$zark_rc" "$fly"

@@ -90,6 +90,7 @@ def track_errors(objects, start_unix, delay):
 
 install = Path(sys.argv[1])
 exit_code = int(sys.argv[2]) if len(sys.argv) > 2 else 0
+flew = len(sys.argv) > 3 and sys.argv[3] == "1"  # the user flew away from Zurich and back
 log = (install / "Log.txt").read_text(encoding="utf-8", errors="replace")
 
 try:
@@ -157,6 +158,14 @@ rows = [
      f"of {len(errors)} objects", bool(all_errors) and track_median < MEDIAN_LIMIT_M),
     ("clean exit", exit_code == 0 and has(" ends at ")),
 ]
+# The park airport as it followed the user: each one taken up, each one left.
+park_airports = re.findall(r"^The park airport is (\S+)", log, re.M)
+left_airports = len(re.findall(r" is out of sight \(|, parked aircraft at \S+ will be removed first", log))
+saves = re.findall(r'"([^"]*learned[^"]*\.xml)" saved with (\d+) updates?', log)
+rows.append((f"park airports: {' -> '.join(park_airports) or 'none'}, left {left_airports} time(s)",
+             bool(park_airports) and (not flew or (left_airports >= 1 and len(park_airports) >= 2))))
+rows.append(("learned files saved: " + (", ".join(f"{p} ({n} update{'' if n == '1' else 's'})" for p, n in saves) or "none"),
+             not flew or bool(saves)))
 print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:
     print(f"  [{'ok' if ok else '--'}] {text}")

@@ -171,7 +171,9 @@ int64_t gf_simEpochSeconds(int64_t year, int64_t dayOfYear, int64_t secondsOfDay
     return days * 86400 + secondsOfDay;
 }
 
-std::string gf_standAtPosition(LatLon position) {
+namespace {
+// Under parkLock.
+std::string lf_standAtPosition(LatLon position) {
     if (user.parkStands.empty() || !user.userOnGround) return {};
     if (user.standCacheValid && user.standCachePosition.lat == position.lat &&
         user.standCachePosition.lon == position.lon)
@@ -190,16 +192,40 @@ std::string gf_standAtPosition(LatLon position) {
     user.standCacheResult = nearest ? nearest->name : std::string();
     return user.standCacheResult;
 }
+}  // namespace
+
+std::string gf_standAtPosition(LatLon position) {
+    std::lock_guard lock(user.parkLock);
+    return lf_standAtPosition(position);
+}
+
+void gf_setUserParkStands(std::vector<UserStandSpot> stands, const std::string& icao) {
+    std::lock_guard lock(user.parkLock);
+    user.parkStands = std::move(stands);
+    user.loadedParkAirport = user.parkStands.empty() ? "" : icao;
+    user.standCacheValid = false;
+}
+
+void gf_setUserParkListHead(const std::string& icao, const std::string& stand) {
+    std::lock_guard lock(user.parkLock);
+    user.parkListHeadIcao = icao;
+    user.parkListHeadStand = stand;
+}
 
 void gf_checkUserStand() {
     const UserSnapshot snapshot = user.simSnapshot;  // SimClient is its only writer
     if (!user.userOnGroundKnown || snapshot.groundVelocity > 2.0) return;
-    const std::string stand = gf_standAtPosition({snapshot.latitude, snapshot.longitude});
-    if (stand.empty() || user.parkListHeadIcao.empty()) return;
-    if (user.parkListHeadIcao != user.loadedParkAirport) return;
-    if (user.parkListHeadStand == stand) return;
-    // Next time the user's starting stand is known, and kept free for him.
-    user.parkListHeadStand = stand;
-    gf_logf("User stand {} stored for {}", stand, user.parkListHeadIcao);
+    std::string stand, icao;
+    {
+        std::lock_guard lock(user.parkLock);
+        stand = lf_standAtPosition({snapshot.latitude, snapshot.longitude});
+        if (stand.empty() || user.parkListHeadIcao.empty()) return;
+        if (user.parkListHeadIcao != user.loadedParkAirport) return;
+        if (user.parkListHeadStand == stand) return;
+        // Next time the user's starting stand is known, and kept free for him.
+        user.parkListHeadStand = stand;
+        icao = user.parkListHeadIcao;
+    }
+    gf_logf("User stand {} stored for {}", stand, icao);
     if (user.writeParkListHead) user.writeParkListHead();
 }

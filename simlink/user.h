@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -51,6 +52,8 @@ struct UserAircraft {
 
     // The stands of the park airport (empty until the airport data fill them), and the park list's head:
     // its airport and its stored stand. The park list keeps the real ones; these are what the check uses.
+    // The engine thread sets them while SimClient reads them: parkLock guards them and the stand cache.
+    std::mutex parkLock;
     std::vector<UserStandSpot> parkStands;
     std::string loadedParkAirport;  // ICAO of the park airport whose stands these are
     std::string parkListHeadIcao;   // first entry of the user's park list; empty: the list is empty
@@ -65,6 +68,9 @@ struct UserAircraft {
 };
 extern UserAircraft user;  // defined in simlink/state.cpp
 
+// The engine thread hands over the park airport's stands (empty: none loaded) and the park list's head.
+void gf_setUserParkStands(std::vector<UserStandSpot> stands, const std::string& icao);
+void gf_setUserParkListHead(const std::string& icao, const std::string& stand);
 // Name of the stand of the park airport within 55 m of `position`; empty when none, when the list is
 // empty or the user is not on the ground. The last answer is cached for an identical position.
 std::string gf_standAtPosition(LatLon position);

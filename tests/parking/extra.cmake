@@ -1,0 +1,1 @@
+add_dependencies(test_parking zark_install_fixture)
