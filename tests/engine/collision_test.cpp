@@ -217,6 +217,15 @@ TEST_F(CollisionTest, OnAdjacentStandsTheSpansDecideWhoStays) {
         EXPECT_EQ(lf_parkedAdjacentMakesPlace(2, engine.active[0], stand, p), c.overlap);
         EXPECT_EQ(engine.parked[0].state == ActState::Removing, c.overlap);
     }
+    // An airport whose stand list came empty (or was left meanwhile): no adjacent stand, nobody goes.
+    const Stand kept = airports.stands[0];
+    gf_resetAirports();
+    engine.active[1].state = ActState::Live;
+    engine.parked[0].state = ActState::Live;
+    EXPECT_FALSE(lf_adjacentRefusesNewcomer(2, engine.active[0], kept, engine.active[1]));
+    EXPECT_FALSE(lf_adjacentMakesPlace(2, engine.active[0], kept, engine.active[1]));
+    EXPECT_FALSE(lf_parkedAdjacentMakesPlace(2, engine.active[0], kept, engine.parked[0]));
+    EXPECT_EQ(engine.active[1].state, ActState::Live);
     EXPECT_TRUE(logHas("A1      : DLH2     at adjacent and colliding, A2 blocks live SWR1 parking")) << logText();
     EXPECT_TRUE(logHas("A1      : DLH2     removed by adjacent parking SWR1 A2")) << logText();
     EXPECT_TRUE(logHas("A1      : PK5*     removed by adjacent parking SWR1 at 2")) << logText();
