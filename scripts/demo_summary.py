@@ -158,6 +158,9 @@ for o in ai_objects:
         if fits:
             delays.append(min(fits)[1])
 
+# Every recorded flight has a route: each object gets a plan, and the exit removes their folder.
+planned = [o for o in ai_objects if o.get("flightPlan")]
+plan_folder = install / "appdata" / "ZARK_P3D" / "orig_dest"
 events = ground_events(log)
 fidelity_dir = install / "fidelity"
 try:
@@ -185,6 +188,9 @@ rows = [
     (f"aircraft left in the simulator at exit: {len(left)}", not left),
     (f"objects on their recorded flights 30 s late: median {track_median:.0f} m over {len(all_errors)} points "
      f"of {len(errors)} objects", bool(all_errors) and track_median < MEDIAN_LIMIT_M),
+    (f"flight plans taken by the simulator: {len(planned)} of {len(ai_objects)} objects, "
+     f"their folder {'left behind' if plan_folder.exists() else 'removed'} at exit",
+     bool(planned) and not plan_folder.exists()),
     # A short demo may see none of these: the recordings land and leave at their own pace.
     (f"aircraft {events_text(events)}", True),
     ("fidelity of the recorded flights: " + (headline or "no table, see fidelity.out"), bool(headline)),
