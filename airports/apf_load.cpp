@@ -17,6 +17,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// No airport lies lower than the Dead Sea's shore nor higher than the Tibetan plateau's fields.
+constexpr int64_t kLowestFieldFt = -1500;
+constexpr int64_t kHighestFieldFt = 15000;
+
 // True as the files always meant it: the first character is one of 1 t T y Y.
 bool lf_bool(const pugi::xml_node p) {
     const char c = p.attribute("value").value()[0];
@@ -81,7 +85,13 @@ std::string lf_readApf(QualityPair& qualityOut, const fs::path& path) {
     airports.publisher = gf_apfParameter(doc, "publisher").attribute("value").value();
     const pugi::xml_node altitude = gf_apfParameter(doc, "altitude");
     if (!altitude) throw zel::UserErrorException(65, "Parameter altitude not found");
-    airports.altitude = static_cast<int32_t>(lf_int(altitude, path).value_or(0));
+    int64_t feet = lf_int(altitude, path).value_or(0);
+    if (feet < kLowestFieldFt || feet > kHighestFieldFt) {
+        gf_logMarkf("parameter altitude in {}: {} ft is outside {}..{} ft, 0 taken", path.string(), feet,
+                    kLowestFieldFt, kHighestFieldFt);
+        feet = 0;
+    }
+    airports.altitude = static_cast<int32_t>(feet);
     airports.parkAirportElevation = airports.altitude;
     airports.airportName = gf_apfParameter(doc, "airport_name").attribute("value").value();
     lf_readParkPositions(doc, airports.stands, path);

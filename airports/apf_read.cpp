@@ -97,12 +97,24 @@ bool lf_readPlace(const pugi::xml_node node, Stand& stand, const fs::path& path)
     return true;
 }
 
-void lf_readKindAndHeading(const pugi::xml_node node, Stand& stand) {
+// A heading outside 0..360 (or no number) is logged and brought into that circle, 0 for no number: an
+// aircraft parked with a heading of -90 or 450 would turn the long way round on the stand.
+void lf_readKindAndHeading(const pugi::xml_node node, Stand& stand, const fs::path& path) {
     stand.heli = node.attribute("heli").as_bool(false);
     stand.ramp = node.attribute("ramp").as_bool(false);
     stand.cargo = node.attribute("cargo").as_bool(false);
-    const double degrees = lf_number(node, "heading");
-    stand.heading = std::isfinite(degrees) ? std::fmod(degrees, 360.0) * kDegToRad : 0.0;
+    const char* text = node.attribute("heading").value();
+    char* end = nullptr;
+    double degrees = std::strtod(text, &end);
+    while (end != nullptr && (*end == ' ' || *end == '\t')) ++end;
+    const bool number = end != text && *end == '\0' && std::isfinite(degrees);
+    if (!number) degrees = 0.0;
+    if (!number || degrees < 0.0 || degrees > 360.0) {
+        degrees = std::fmod(std::fmod(degrees, 360.0) + 360.0, 360.0);
+        if (node.attribute("heading"))
+            gf_logMarkf("parkpos {} in {} has heading \"{}\": {} taken", stand.name, path.string(), text, degrees);
+    }
+    stand.heading = degrees * kDegToRad;
 }
 
 uint32_t lf_nextOptId(const Stand& stand) { return stand.options.empty() ? 1 : stand.options.back().optId + 1; }
@@ -147,7 +159,7 @@ void lf_readManualStand(const pugi::xml_node node, std::vector<Stand>& stands, c
         return;
     }
     lf_readOptions(node, stand, true, path);
-    lf_readKindAndHeading(node, stand);
+    lf_readKindAndHeading(node, stand, path);
     stand.manual = true;
     stands.push_back(std::move(stand));
 }
@@ -203,7 +215,7 @@ void lf_readParkPositions(const pugi::xml_node document, std::vector<Stand>& sta
             throw zel::UserErrorException(94, "Parking position " + stand.name + " appears more than once?");
         if (!lf_readPlace(node, stand, path)) continue;
         lf_readOptions(node, stand, false, path);
-        lf_readKindAndHeading(node, stand);
+        lf_readKindAndHeading(node, stand, path);
         stands.push_back(std::move(stand));
     }
 }

@@ -1,9 +1,11 @@
 // One slice of the main loop (lf_slice: simulator events, motion, pacing, traffic intake, admission, and
 // the tick's work once a second) with 300 and with 512 live aircraft, in the in-process harness against
 // the simulator double. The aircraft are the recorded Zurich flights replayed many times, each copy
-// under its own address and callsign, shifted a little in position and started at its own moment of the
-// recording, so that every phase of the recordings is flying at once.
-// Target: p99 at most 0.5 ms a slice with 300 aircraft. Read the counters p50_us and p99_us.
+// under its own address and callsign, shifted a little in position in the air and started at its own
+// moment of the recording, so that every phase of the recordings moves at once: approach, roll-out,
+// taxi, standing at a stand, push back, take-off and climb.
+// Target: p99 at most 0.5 ms a slice with 300 aircraft. Read the counters p50_us and p99_us; the counters
+// approach, rollout, taxi, at_stand, push, climb and cruise give the mix (mean count of live aircraft).
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
@@ -28,12 +30,16 @@
 namespace {
 namespace fs = std::filesystem;
 
-constexpr int kMeasuredSlices = 3000;      // 30 s of the program
-constexpr int kCopiesPerLiveEighths = 13;  // copies replayed per live aircraft wanted, in eighths
-constexpr double kWideRangeNm = 500.0;     // no copy leaves the range: the count stays where it was ramped to
+constexpr int kMeasuredSlices = 3000;         // 30 s of the program
+constexpr int kCopiesPerLiveEighths = 13;     // copies replayed per live aircraft wanted, in eighths
+constexpr double kWideRangeNm = 500.0;        // no copy leaves the range: the count stays where it was ramped to
+constexpr double kFieldFt = 1417.0;           // Zurich
+constexpr double kFullShiftAboveFt = 3000.0;  // copies lie apart in the air and merge on the final approach
 
 // n flights out of the 13 recorded ones: copy k of flight i is shifted by up to 0.012 degrees of latitude
-// and 0.018 of longitude, and replays on a loop without a gap, starting at its own moment.
+// and 0.018 of longitude in the air, less and less below 3000 ft above the field and not at all on the
+// ground, where it rolls on the real taxiways to the real stands; it replays on a loop without a gap,
+// starting at its own moment.
 tdbl::Scenario lf_manyFlights(const tdbl::Scenario& recorded, int n) {
     tdbl::Scenario s = recorded;
     s.flights.clear();
@@ -48,8 +54,10 @@ tdbl::Scenario lf_manyFlights(const tdbl::Scenario& recorded, int n) {
         f.reg.clear();
         const double dLat = (copy % 7 - 3) * 0.004, dLon = (copy / 7 % 7 - 3) * 0.006;
         for (tdbl::TrackPoint& p : f.points) {
-            p.lat += dLat;
-            p.lon += dLon;
+            const double share =
+                p.onGround == 1 ? 0.0 : std::clamp((p.baroAltFt - kFieldFt) / kFullShiftAboveFt, 0.0, 1.0);
+            p.lat += dLat * share;
+            p.lon += dLon * share;
         }
         s.flights.push_back(std::move(f));
     }
@@ -72,6 +80,30 @@ double lf_percentile(std::vector<int64_t> v, double p) {
     std::nth_element(v.begin(), v.begin() + static_cast<long>(i), v.end());
     return static_cast<double>(v[i]) / 1000.0;
 }
+
+// The phases of the live aircraft, summed over the measured slices.
+struct PhaseMix {
+    size_t approach = 0, rollOut = 0, taxi = 0, atStand = 0, push = 0, climb = 0, cruise = 0;
+    void add() {
+        for (const Act& a : engine.active) {
+            if (a.state != ActState::Live) continue;
+            if (a.rollOut)
+                ++rollOut;
+            else if (a.onApproach)
+                ++approach;
+            else if (a.phase == ActPhase::AtStand || a.phase == ActPhase::ToStand)
+                ++atStand;
+            else if (a.phase == ActPhase::PushBack || a.phase == ActPhase::HoldAfterPush)
+                ++push;
+            else if (a.phase == ActPhase::TakeOff || a.departing || a.climbOut)
+                ++climb;
+            else if (a.phase == ActPhase::Taxi || a.onGround)
+                ++taxi;
+            else
+                ++cruise;
+        }
+    }
+};
 
 size_t lf_liveCount() {
     return static_cast<size_t>(std::count_if(engine.active.begin(), engine.active.end(),
@@ -99,12 +131,22 @@ void BM_EngineSlice(benchmark::State& state) {
     std::vector<int64_t> ns;
     ns.reserve(kMeasuredSlices);
     size_t liveSum = 0;
+    PhaseMix mix;
     for (auto _ : state) {
         h.slice();
         ns.push_back(h.lastSliceNs());
         state.SetIterationTime(static_cast<double>(h.lastSliceNs()) * 1e-9);
         liveSum += lf_liveCount();
+        mix.add();
     }
+    const auto mean = [&ns](size_t sum) { return static_cast<double>(sum) / static_cast<double>(ns.size()); };
+    state.counters["approach"] = mean(mix.approach);
+    state.counters["rollout"] = mean(mix.rollOut);
+    state.counters["taxi"] = mean(mix.taxi);
+    state.counters["at_stand"] = mean(mix.atStand);
+    state.counters["push"] = mean(mix.push);
+    state.counters["climb"] = mean(mix.climb);
+    state.counters["cruise"] = mean(mix.cruise);
     state.counters["p50_us"] = lf_percentile(ns, 0.50);
     state.counters["p99_us"] = lf_percentile(ns, 0.99);
     state.counters["max_us"] = lf_percentile(ns, 1.0);

@@ -180,6 +180,7 @@ struct Act : ParkedAc {
     bool rollOut = false;
     bool leaving = false;
     bool turning = false;
+    uint8_t badInputLogged = 0;  // kinds of impossible records already logged for this aircraft (kBadInput...)
 };
 
 // What each category brings. Slots are slices; rates radians per slice; pitches radians (negative is

@@ -5,6 +5,7 @@
 #include "common/random.h"
 #include "common/timeofweek.h"
 #include "engine/commands.h"
+#include "engine/flightplans.h"
 #include "engine/records.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
@@ -93,7 +94,7 @@ void lf_objectRemoved(uint32_t objectId) {
             act->objectId = 0;
             return;
         }
-        // A flight plan file of this object goes with it, once plans are written.
+        gf_deleteFlightPlan(*act);
         gf_eraseActAt(static_cast<size_t>(act - engine.active.data()));
         return;
     }
@@ -174,6 +175,7 @@ bool gf_liveAIAdded(Act& act, uint32_t objectId, double reportedAgl) {
         act.recreated = false;
         act.slots = 1;
     }
+    lf_giveFlightPlan(act);
     gf_requestStaticValues(objectId);
     return true;
 }

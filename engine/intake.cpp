@@ -4,7 +4,11 @@
 
 #include <cmath>
 #include <mutex>
+#include <utility>
 
+#include <fmt/format.h>
+
+#include "common/geo.h"
 #include "engine/admission.h"
 #include "engine/motion.h"
 #include "engine/records.h"
@@ -101,6 +105,15 @@ bool lf_updateIdentity(Act& act, const TrafficRecord& record) {
     return false;
 }
 
+// An impossible record costs nothing but itself: the aircraft flies on with the legs it has, and runs
+// out into its extrapolation if nothing sane follows. One mark line per aircraft and kind.
+template <typename... Args>
+void lf_logBadInputOnce(Act& act, uint8_t kind, fmt::format_string<Args...> f, Args&&... args) {
+    if ((act.badInputLogged & kind) != 0) return;
+    act.badInputLogged |= kind;
+    gf_logMarkf("{}: {}", gf_acLabel(act), fmt::format(f, std::forward<Args>(args)...));
+}
+
 // False when the Act has another hexid; true whatever was done with the sample.
 bool lf_offerSampleToAct(const TrafficRecord& record, Act& act) {
     if (act.hexid != record.hexid) return false;
@@ -109,7 +122,18 @@ bool lf_offerSampleToAct(const TrafficRecord& record, Act& act) {
     const double v = record.groundSpeed;
     const Sample& last = act.stream.back();
     const double elapsed = ts - act.lastTimestamp;
+    if (ts < act.lastTimestamp) {
+        lf_logBadInputOnce(act, kBadInputTimeBack, "time stamp {:.1f} s before the last one, records ignored",
+                           -elapsed);
+        return true;
+    }
     if (ts == act.lastTimestamp || elapsed <= kTimeGapSeconds) return true;
+    const double jumpNm = gf_distanceNm({last.latitude, last.longitude}, {record.latitude, record.longitude});
+    if (jumpNm > kFastestPlausibleKt * elapsed / 3600.0 + kJumpSlackNm) {
+        lf_logBadInputOnce(act, kBadInputJump, "position {:.0f} nm away after {:.0f} s, records ignored", jumpNm,
+                           elapsed);
+        return true;
+    }
     const double lastV = last.groundSpeed;
     if ((lastV > 5.0 && v >= 10.0 * lastV) || (v > 5.0 && lastV >= 10.0 * v)) return true;
     if ((lastV <= 5.0 && v >= 80.0) || (v <= 5.0 && lastV >= 80.0)) return true;

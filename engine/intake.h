@@ -23,6 +23,13 @@ constexpr int32_t kStopThinningSlices = 1500;               // 15 s: a shorter s
 constexpr double kFieldBandFt = 120.0;  // within this of the field, below 10000 ft: touching down or lifting off
 constexpr double kFieldBandTopFt = 10000.0;
 constexpr double kNoFieldElevationFt = -1000.0;  // the field's elevation when no park airport is set
+// A record farther from the last sample than this speed could carry it in the time between them (plus the
+// slack) is no position of this aircraft: a corrupt position or a second aircraft under its address.
+constexpr double kFastestPlausibleKt = 1000.0;
+constexpr double kJumpSlackNm = 5.0;
+// Bits of Act::badInputLogged: each kind of impossible record is logged once per aircraft.
+constexpr uint8_t kBadInputTimeBack = 1;
+constexpr uint8_t kBadInputJump = 2;
 
 // Engine thread: one traffic record offered to the active table (a new sample of a known aircraft, or a
 // new aircraft).

@@ -25,6 +25,8 @@ void gf_clearEngineTables() {
     engine.batchLeft = 0;
     engine.batchDouble = false;
     engine.removeAllRequested = false;
+    engine.lastUserCheckLat = 0.0;
+    engine.lastUserCheckLon = 0.0;
     std::lock_guard lock(simQueues.eventLock);
     simQueues.delayList.clear();
 }
@@ -32,6 +34,7 @@ void gf_clearEngineTables() {
 void gf_resetEngine() {
     gf_clearEngineTables();
     engine.slice = 0;
+    engine.flightPlanFolder.clear();
     engine.offeredRecords = 0;
     engine.acceptedSamples = 0;
     engine.actsCreated = 0;

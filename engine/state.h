@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 #include <deque>
+#include <filesystem>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -33,6 +34,14 @@ struct EngineState {
     std::string parkIata;  // IATA code of the park airport, empty when none; written by the park airport tracking
 
     int32_t slice = 0;  // S of the slice in progress; set by the frame at the start of each slice
+
+    // The user position of the last check of the user on the ground against the parked aircraft,
+    // degrees: a user standing still does not check them again, so one created next to him stays.
+    double lastUserCheckLat = 0.0;
+    double lastUserCheckLon = 0.0;
+    // Where the flight plan documents of the objects lie ("orig_dest" under the roaming app-data folder
+    // of the program); set once a run by gf_makeFlightPlanFolder, empty before: no plans are written.
+    std::filesystem::path flightPlanFolder;
 
     // Pacing of the initial load (the history's oldest snapshot): one record per slice, two when the
     // batch began with more than 150; a new batch starts no earlier than 210 slices after the last.

@@ -16,8 +16,10 @@
 #include "airports/park_list.h"
 #include "common/clock.h"
 #include "engine/admission.h"
+#include "engine/collision.h"
 #include "engine/creation.h"
 #include "engine/events.h"
+#include "engine/flightplans.h"
 #include "engine/intake.h"
 #include "engine/motion.h"
 #include "engine/records.h"
@@ -266,7 +268,10 @@ void reviewCheckQueue() {
     gf_reviewAgainstParked(*act);
     engine.checkQueue.pop_front();
 }
-void collisionChecks() { lf_trace("collisionChecks"); }
+void collisionChecks() {
+    lf_trace("collisionChecks");
+    gf_collisionChecks();
+}
 void removeBlockedCallsign(const std::string& callsign) {
     lf_trace("removeBlockedCallsign");
     for (Act& act : engine.active) {
@@ -300,8 +305,14 @@ bool parkedTableEmpty() {
     if (answers.parkedTableEmpty) return *answers.parkedTableEmpty;
     return engine.parked.empty();
 }
-void makeFlightPlanFolder() { lf_trace("makeFlightPlanFolder"); }
-void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
+void makeFlightPlanFolder() {
+    lf_trace("makeFlightPlanFolder");
+    gf_makeFlightPlanFolder();
+}
+void removeFlightPlanFolder() {
+    lf_trace("removeFlightPlanFolder");
+    gf_removeFlightPlanFolder();
+}
 
 // --- static parking and airports ---
 void trackParkAirport(bool firstCall) {

@@ -88,6 +88,24 @@ def track_errors(objects, start_unix, delay):
             out[(o["tail"], o["id"])] = errors
     return out
 
+# The program's lines of the ground events (aircraft event lines, written while LOG is on).
+GROUND_EVENTS = [
+    ("landed", re.compile(r"^ {10}\S+ +landed( from \S+)? ", re.M)),
+    ("parked", re.compile(r"^\S[^\n]*: \S+ +arrived at stand ", re.M)),
+    ("pushed back", re.compile(r"^\S[^\n]*: \S+ +push back ", re.M)),
+    ("pulled out", re.compile(r"^\S[^\n]*: \S+ +pull out ", re.M)),
+    ("taken off", re.compile(r"^ {10}\S+ +took-off( to \S+)? ", re.M)),
+]
+
+
+def ground_events(text):
+    return {name: len(pattern.findall(text)) for name, pattern in GROUND_EVENTS}
+
+
+def events_text(counts):
+    return ", ".join(f"{name} {counts[name]}" for name, _ in GROUND_EVENTS)
+
+
 install = Path(sys.argv[1])
 exit_code = int(sys.argv[2]) if len(sys.argv) > 2 else 0
 flew = len(sys.argv) > 3 and sys.argv[3] == "1"  # the user flew away from Zurich and back
@@ -141,6 +159,21 @@ for o in ai_objects:
         if fits:
             delays.append(min(fits)[1])
 
+# Every recorded flight has a route: each object gets a plan, and the exit removes their folder.
+planned = [o for o in ai_objects if o.get("flightPlan")]
+plan_folder = install / "appdata" / "ZARK_P3D" / "orig_dest"
+events = ground_events(log)
+fidelity_dir = install / "fidelity"
+try:
+    fidelity_table = (fidelity_dir / "fidelity.txt").read_text()
+except OSError:
+    fidelity_table = ""
+headline = next((l[len("ALL: "):] for l in fidelity_table.splitlines() if l.startswith("ALL: ")), "")
+try:
+    replay_events = ground_events((fidelity_dir / "run" / "Log.txt").read_text(encoding="utf-8", errors="replace"))
+except OSError:
+    replay_events = None
+
 rows = [
     ("connected to the simulator", bool(re.search(r"Prepar3D v5 \(.*\) connected", log))),
     ("logged in to the traffic service", has("Authenticated at RT server")),
@@ -156,6 +189,12 @@ rows = [
     (f"aircraft left in the simulator at exit: {len(left)}", not left),
     (f"objects on their recorded flights 30 s late: median {track_median:.0f} m over {len(all_errors)} points "
      f"of {len(errors)} objects", bool(all_errors) and track_median < MEDIAN_LIMIT_M),
+    (f"flight plans taken by the simulator: {len(planned)} of {len(ai_objects)} objects, "
+     f"their folder {'left behind' if plan_folder.exists() else 'removed'} at exit",
+     bool(planned) and not plan_folder.exists()),
+    # A short demo may see none of these: the recordings land and leave at their own pace.
+    (f"aircraft {events_text(events)}", True),
+    ("fidelity of the recorded flights: " + (headline or "no table, see fidelity.out"), bool(headline)),
     ("clean exit", exit_code == 0 and has(" ends at ")),
 ]
 # The park airport as it followed the user: each one taken up, each one left.
@@ -171,6 +210,12 @@ for text, ok in rows:
     print(f"  [{'ok' if ok else '--'}] {text}")
 if delays:
     print(f"      best-fitting delays of the objects: {', '.join(f'{d:g} s' for d in sorted(delays))}")
+if replay_events is not None:
+    print(f"      in the fidelity replay: {events_text(replay_events)}")
+if headline:
+    print("      targets: ground median <= 5 m, jump excess <= 1 m, sink <= 300 ft/min, parked within 2 m/3 deg,"
+          " every push back backwards;")
+    print(f"      table and plot: {fidelity_dir}/fidelity.txt, LSZH.png")
 for (tail, oid), v in sorted(errors.items(), key=lambda x: -median(x[1]))[:5]:
     print(f"      {tail:8} object {oid}: median {median(v):.0f} m, worst {max(v):.0f} m over {len(v)} points")
 marked = [l for l in log.splitlines() if l.startswith("Error ") or l.startswith("===> ")]

@@ -67,8 +67,9 @@ void gf_requestAircraftInRange(int32_t radiusMetres);
 void gf_requestStaticValues(uint32_t objectId);
 // Definition 401 on an object: spoilers handle, throttle 1 and throttle 2, percent.
 void gf_sendControls(uint32_t objectId, double spoilers, double throttle1, double throttle2);
-// Request 110: the flight plan document at `path` for an object.
-void gf_sendFlightPlan(uint32_t objectId, const std::string& path);
+// Request 110: the flight plan document at `path` for an object. False when the call was refused (or
+// requests are stopped); the simulator's own refusal comes later as an exception report.
+bool gf_sendFlightPlan(uint32_t objectId, const std::string& path);
 // One more failed request: the third of a run shows an error, stops all requests and sends and
 // restarts the run after 10 seconds.
 void lf_countRequestFailure();

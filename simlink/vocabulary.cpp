@@ -217,12 +217,11 @@ void gf_sendControls(uint32_t objectId, double spoilers, double throttle1, doubl
         gf_logf("! SimConnect set controls of object {} fails", objectId);
 }
 
-void gf_sendFlightPlan(uint32_t objectId, const std::string& path) {
-    if (run.requestFailed || objectId <= simlink.userObjectId) return;
-    if (!lf_locked([objectId, &path](HANDLE h) {
-            return SimConnect_AISetAircraftFlightPlan(h, objectId, path.c_str(), kReqFlightPlan);
-        }))
-        gf_logf("! SimConnect flight plan \"{}\" for object {} fails", path, objectId);
+bool gf_sendFlightPlan(uint32_t objectId, const std::string& path) {
+    if (run.requestFailed || objectId <= simlink.userObjectId) return false;
+    return lf_locked([objectId, &path](HANDLE h) {
+        return SimConnect_AISetAircraftFlightPlan(h, objectId, path.c_str(), kReqFlightPlan);
+    });
 }
 
 void gf_queueCreate(const CreateRequest& request) {

@@ -75,6 +75,8 @@ void gf_makeFolders() {
         gf_makeFolder(p);
 }
 
+fs::path gf_programDataFolder() { return gf_appDataFolder() / kProgramName; }
+
 fs::path gf_serviceAppKeyPath() { return gf_appDataFolder() / "RealTraffic" / kAccountKeyFile; }
 
 namespace {

@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include "frame/core/folders.h"
 #include "frame/core/log.h"
 #include "frame/core/panel.h"
 #include "frame/core/textfiles.h"
@@ -242,7 +243,7 @@ void gf_applyLateralRange() {
     parDerived.radiusMetres = LATERAL_RANGE.current * 1852 + 10000;
 }
 
-std::filesystem::path gf_parametersPath() { return gf_appDataFolder() / "ZARK_P3D" / "parameters.xml"; }
+std::filesystem::path gf_parametersPath() { return gf_programDataFolder() / "parameters.xml"; }
 
 void gf_readParameters() {
     const auto path = gf_parametersPath();

@@ -114,6 +114,11 @@ TEST_F(AirportFileTest, BadInputIsLoggedAndNeverCrashesNorLosesTheLearnedFile) {
         std::string result;   // gf_readApf's text, or "user error N"
         size_t stands;
         std::string logLine;
+        double headingDeg = -1.0;  // of the first stand, when 0 or more
+    };
+    const auto heading = [](const char* value) {
+        return fmt::format("<parkpos id=\"B1\" latitude=\"47.0\" longitude=\"8.1\" radius=\"20\" heading=\"{}\"/>",
+                           value);
     };
     const std::string opt = "<opt reg=\"HBJXA\" airl=\"SWR\" type=\"A320\" day=\"{}\" hh=\"{}\" cs=\"SWR1\"/>";
     const std::string learnedHead = lf_par("airport_name", "Example") + lf_par("publisher", "stock");
@@ -129,6 +134,15 @@ TEST_F(AirportFileTest, BadInputIsLoggedAndNeverCrashesNorLosesTheLearnedFile) {
          "===> parkpos B1 in airports/archive/stock/EXMP.xml has no valid position (95.000000, 8.000000): skipped"},
         {"latitude missing", lf_file(kHead, "<parkpos id=\"B1\" radius=\"20\"/>"), "", "", 1,
          "===> parkpos B1 in airports/archive/stock/EXMP.xml has no latitude or longitude: read as 0"},
+        {"heading below 0", lf_file(kHead, heading("-90")), "", "", 1,
+         "===> parkpos B1 in airports/archive/stock/EXMP.xml has heading \"-90\": 270 taken", 270.0},
+        {"heading beyond a turn", lf_file(kHead, heading("450.5")), "", "", 1, "\"450.5\": 90.5 taken", 90.5},
+        {"heading no number", lf_file(kHead, heading("east")), "", "", 1, "\"east\": 0 taken", 0.0},
+        {"heading with a blank behind", lf_file(kHead, heading("123 ")), "", "", 1, "read_apf", 123.0},
+        {"altitude out of range", lf_file(lf_par("altitude", "99999999999") + lf_par("publisher", "stock"), kStands),
+         "", "", 3,
+         "===> parameter altitude in airports/archive/stock/EXMP.xml: 99999999999 ft is outside -1500..15000 ft, 0 "
+         "taken"},
         {"negative radius", lf_file(kHead, lf_parkpos("B1", 47.0, 8.1, "radius=\"-4\"")), "", "", 1,
          "===> parkpos B1 in airports/archive/stock/EXMP.xml has radius \"-4\": 0 taken"},
         {"half hour not a number",
@@ -175,6 +189,9 @@ TEST_F(AirportFileTest, BadInputIsLoggedAndNeverCrashesNorLosesTheLearnedFile) {
         }
         EXPECT_EQ(airports.stands.size(), c.stands);
         EXPECT_TRUE(logHas(c.logLine)) << logText();
+        if (c.headingDeg >= 0.0 && !airports.stands.empty()) {
+            EXPECT_NEAR(airports.stands[0].heading * kRadToDeg, c.headingDeg, 1e-9);
+        }
         if (!c.learned.empty()) {
             EXPECT_EQ(readFile(kLearned), c.learned);  // never changed by a read
         }

@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "common/geo.h"
 #include "engine/intake.h"
 #include "engine/records.h"
 #include "engine/state.h"
@@ -190,4 +191,49 @@ TEST_F(IntakeTest, WithoutGuidChangesTheIdentityIsStoredAndTheObjectStays) {
     EXPECT_EQ(act.stream.size(), 2u);
     EXPECT_TRUE(engine.removalQueue.empty());
 }
+// Impossible records cost only themselves, with one line per aircraft and kind; the next sane record
+// enters the stream as if they had not come.
+TEST_F(IntakeTest, ImpossibleRecordsAreLoggedOnceAndLeaveTheAircraftFlying) {
+    struct Case {
+        const char* what;
+        double dt;  // seconds after the first record
+        double eastNm;
+        const char* logLine;  // empty: kept
+    };
+    const Case cases[] = {
+        {"time going backwards", -20.0, 1.0, "time stamp 20.0 s before the last one, records ignored"},
+        {"1000 nm away 10 s later", 10.0, 1000.0, "position 1000 nm away after 10 s, records ignored"},
+        {"8 nm away 10 s later", 10.0, 8.0, "position 8 nm away after 10 s, records ignored"},
+        {"7.5 nm away 10 s later: a fast jet and some noise", 10.0, 7.5, ""},
+        {"500 nm away 30 minutes later", 1800.0, 500.0, ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        gf_clearEngineTables();
+        const TrafficRecord first = record(kHex, 1000.0, 3000);
+        Act& act = liveAct(first, ActPhase::Airborne);
+        TrafficRecord bad = first;
+        bad.timestamp += c.dt;
+        bad.dueTick += 1000;
+        const LatLon to = gf_destinationPoint({first.latitude, first.longitude}, kPi / 2, c.eastNm * 6076.11549);
+        bad.latitude = to.lat;
+        bad.longitude = to.lon;
+        gf_offerLiveSample(bad);
+        gf_offerLiveSample(bad);
+        const bool kept = *c.logLine == '\0';
+        ASSERT_EQ(act.stream.size(), kept ? 2u : 1u);
+        if (kept) continue;
+        const std::string log = logText();
+        const size_t at = log.find(c.logLine);
+        EXPECT_NE(at, std::string::npos) << log;
+        EXPECT_EQ(log.find(c.logLine, at + 1), std::string::npos) << "logged once";
+        TrafficRecord sane = first;
+        sane.timestamp += 12.0;
+        sane.dueTick += 1200;
+        sane.longitude += 0.6 * kDegPerNmLon;
+        gf_offerLiveSample(sane);
+        EXPECT_EQ(act.stream.size(), 2u);
+    }
+}
+
 }  // namespace
