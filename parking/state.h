@@ -1,5 +1,80 @@
 // parking/state.h — what static parking remembers between calls, and its reset.
+// Engine thread, unless a field says otherwise. The stand table itself is airports.stands and the park
+// airport's ICAO code airports.parkIcao (airports/state.h); the IATA code is engine.parkIata.
 #pragma once
 
+#include <cstdint>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "common/geo.h"
+
+// One position the calculation found: from the history of a stand (Part of the stand search) or from the
+// service's parked traffic. Consumed from the back, one creation at a time.
+struct ChosenPosition {
+    uint32_t ptHexid = 0;  // hexid of the parked-traffic record, 0 when it comes from the history
+    int32_t offset = 0;    // half hours back: how long ago the aircraft was seen here
+    std::string airl;      // airline code
+    std::string type;      // ICAO aircraft type
+    uint32_t sid = 0;      // the stand
+    std::string cs1;       // callsign it came in under
+    std::string cs2;       // callsign it leaves under; may be empty
+    std::string reg;       // registration; may be empty
+    bool fromPt = false;   // from the service's parked traffic
+    bool stays = false;    // still there in the half hour after the present one
+};
+
+// A live aircraft standing on a stand of the park airport.
+struct Stayer {
+    std::string callsign;
+    uint32_t sid = 0;
+    int32_t minutes = 0;  // since its last sample inside the stand circle; 0 while its data still come
+};
+
+// A parked aircraft that keeps its stand at a renewal.
+struct Keeper {
+    std::string callsign, altCallsign1, altCallsign2, reg, airline, model;
+    uint64_t parkedSince = 0;  // time-of-week word
+    uint32_t sid = 0;
+    bool ends = false;  // leaves now: its coupled flight takes over on the same stand
+};
+
+// A parked aircraft a renewal sends away.
+struct RemoveEntry {
+    std::string callsign;
+    uint32_t sid = 0;
+};
+
+constexpr size_t kChosenReserve = 256;
+constexpr size_t kStayerReserve = 64;
+constexpr size_t kKeeperReserve = 256;
+constexpr size_t kRemoveReserve = 256;
+
+struct ParkingState {
+    std::vector<ChosenPosition> chosenPositions;  // still to be created; the next one is the last
+    std::vector<Stayer> stayers;                  // live aircraft on stands, fewest minutes first
+    std::vector<Keeper> keepers;                  // parked aircraft that stay, newest first
+    std::vector<RemoveEntry> toRemove;            // parked aircraft that go
+
+    // The park airport as the tracking set it.
+    std::string reservedStand;   // name of the stand kept free for the user; empty: none
+    LatLon parkPosition;         // degrees
+    double parkElevation = 0.0;  // feet
+
+    // What the last traffic data held, taken at the start of a calculation: an aircraft in these is live.
+    std::unordered_set<std::string> seenCallsigns;
+    std::unordered_set<uint32_t> seenHexids;
+
+    int32_t wanted = 0;     // stands to fill at the last calculation
+    int32_t serial = 0;     // hexid of the last parked aircraft made, 1 .. 9999, then from 0 again
+    int32_t fitReal = 0;    // offset at which the last search for real options ended
+    int32_t fitSoft = -1;   // the same for soft options; -1 when none ran
+    uint64_t calcTime = 0;  // time-of-week word the calculation in hand works with
+};
+extern ParkingState parking;  // defined in parking/state.cpp
+
+// Empties the lists of a calculation, keeping their capacities (the park airport is left).
+void gf_clearParkingLists();
 // Back to the state of a fresh process (restart of a run, every test fixture).
 void gf_resetParking();
