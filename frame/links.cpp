@@ -29,6 +29,7 @@
 #include "liveries/fixes.h"
 #include "liveries/liveries_file.h"
 #include "liveries/matching.h"
+#include "parking/calculation.h"
 #include "service/client.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -190,6 +191,8 @@ void holdTrafficUntilLoop() {
     lf_trace("holdTrafficUntilLoop");
     gf_holdTrafficUntilLoop();
 }
+// Phase one of the parking update only arms it: the calculation of phase two asks the service itself,
+// so that what it places is what the service says at that moment.
 void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
 void resetReaders() {
     lf_trace("resetReaders");
@@ -233,7 +236,11 @@ void createNextStatic() {
     lf_trace("createNextStatic");
     gf_createNextStatic();
 }
-void placeNextStatic() { lf_trace("placeNextStatic"); }
+void placeNextStatic() {
+    lf_trace("placeNextStatic");
+    // A parked aircraft waits for every queued creation, live or static.
+    if (engine.liveCreationQueue.empty() && engine.staticCreationQueue.empty()) gf_placeNextStatic();
+}
 void workTrafficBuffer() {
     lf_trace("workTrafficBuffer");
     offeredRecords += static_cast<int64_t>(gf_workTrafficBuffer());
@@ -302,12 +309,19 @@ void removeFlightPlanFolder() { lf_trace("removeFlightPlanFolder"); }
 
 // --- static parking and airports ---
 void trackParkAirport(bool) { lf_trace("trackParkAirport"); }
-bool renewParking(bool) {
+bool renewParking(bool ptSwitched) {
     lf_trace("renewParking");
-    return answers.renewParking.value_or(false);
+    if (answers.renewParking) return *answers.renewParking;
+    return gf_renewParking(ptSwitched);
 }
-void flushStatic() { lf_trace("flushStatic"); }
-void clearReservedStand() { lf_trace("clearReservedStand"); }
+void flushStatic() {
+    lf_trace("flushStatic");
+    gf_flushStatic();
+}
+void clearReservedStand() {
+    lf_trace("clearReservedStand");
+    gf_clearReservedStand();
+}
 std::string reReadParkAirports() {
     lf_trace("reReadParkAirports");
     return {};
@@ -322,8 +336,14 @@ double nearestListedAirportNm(LatLon) {
     return answers.nearestListedAirportNm.value_or(10000.0);
 }
 void leaveParkAirport() { lf_trace("leaveParkAirport"); }
-void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
-void setParkingControls(bool) { lf_trace("setParkingControls"); }
+void resetParkingForRestart() {
+    lf_trace("resetParkingForRestart");
+    gf_clearParkingLists();
+}
+void setParkingControls(bool enabled) {
+    lf_trace("setParkingControls");
+    gf_setParkingBusy(!enabled);
+}
 
 // --- liveries ---
 // The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved

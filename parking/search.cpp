@@ -68,8 +68,9 @@ bool lf_usedElsewhere(const ParkPos& o) {
     return false;
 }
 
-// Still there in the half hour after `time`: by its own hours, or at midnight by the next day's option.
-bool lf_stays(const Stand& stand, const ParkPos& o, TimeOfWeek time) {
+}  // namespace
+
+bool gf_optionStays(const Stand& stand, const ParkPos& o, TimeOfWeek time) {
     if (o.cs2.empty()) return true;
     if (time.halfHour < 47) return lf_hasBit(o.hh, time.halfHour + 1);
     const uint32_t nextDay = time.day % 7 + 1;
@@ -78,6 +79,7 @@ bool lf_stays(const Stand& stand, const ParkPos& o, TimeOfWeek time) {
     return false;
 }
 
+namespace {
 // What stands here goes on standing: the option of a parked aircraft (not from PT) of this stand first.
 void lf_orderCandidates(const Stand& stand, std::vector<size_t>& cands) {
     for (const ParkedAc& p : engine.parked) {
@@ -116,7 +118,7 @@ void lf_searchStand(Stand& stand, TimeOfWeek time, TimeOfWeek t, bool soft, int3
         o.optId = 0;
         return;
     }
-    found.push_back({o.airl, o.type, stand.sid, offset, o.reg, o.cs1, o.cs2, lf_stays(stand, o, time)});
+    found.push_back({o.airl, o.type, stand.sid, offset, o.reg, o.cs1, o.cs2, gf_optionStays(stand, o, time)});
     gf_markTaken(stand.sid);
 }
 

@@ -47,6 +47,9 @@ bool gf_optionMatchesAircraft(const ParkPos& option, const std::string& callsign
 
 // Hours that n half hours stand for in the log: the half hour itself counts.
 constexpr double gf_halfHoursToHours(int32_t n) { return n * 0.5 + 0.5; }
+// Still there in the half hour after `time`: an option without a second callsign always; else by its
+// own hours, or at midnight by an option of the next day with bit 0.
+bool gf_optionStays(const Stand& stand, const ParkPos& option, TimeOfWeek time);
 // Stands with `taken` set.
 int32_t gf_takenCount();
 // `taken` on the stand, `adjacentTaken` on its neighbours.
