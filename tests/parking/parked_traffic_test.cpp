@@ -78,6 +78,7 @@ protected:
         if (GetParam() == PtAnswer::Fails) {
             tdbl::Fault f;
             f.path = "/v4/traffic";
+            f.querytype = "parkedtraffic";
             f.status = 500;
             f.message = "double says no";
             scenario.faults.push_back(f);
