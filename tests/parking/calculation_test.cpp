@@ -162,3 +162,39 @@ TEST_F(ParkingTest, SilentLiveAircraftOnAStandGoAfterTheirTime) {
 }
 
 }  // namespace
+
+namespace {
+
+// "Flush static": every parked aircraft goes, those still queued without ever reaching the simulator,
+// and nothing of the calculation comes after. The reserved stand is cleared of its parked aircraft.
+TEST_F(ParkingTest, FlushAndReservedStandClearParkedAircraft) {
+    parking_percentage.current = 1;
+    addOption(stand("A10"), "AFR1", "", 3, {20});
+    addOption(stand("E23"), "AFR2", "", 3, {20});
+    addOption(stand("B36"), "AFR3", "", 3, {20});
+    gf_firstCalculation();
+    ASSERT_EQ(parking.chosenPositions.size(), 3u);
+    gf_placeNextStatic();
+    createAll();  // the rest made and Live
+    ASSERT_EQ(engine.parked.size(), 3u);
+
+    parking.reservedStand = "E23";
+    gf_clearReservedStand();
+    ASSERT_EQ(engine.removalQueue.size(), 1u);
+    EXPECT_EQ(gf_findParkedByObject(engine.removalQueue.front())->sid, stand("E23").sid);
+
+    addOption(stand("E26"), "AFR4", "", 3, {20});
+    parking.chosenPositions.push_back({0, 0, "AFR", "A320", stand("E26").sid, "AFR4", "", "", false, true});
+    gf_placeNextStatic();  // queued, not created yet
+    ASSERT_EQ(engine.staticCreationQueue.size(), 1u);
+    parking.chosenPositions.push_back({0, 0, "AFR", "A320", stand("E53").sid, "AFR5", "", "", false, true});
+
+    gf_flushStatic();
+    EXPECT_TRUE(parking.chosenPositions.empty());
+    EXPECT_TRUE(engine.staticCreationQueue.empty());
+    EXPECT_EQ(engine.parked.size(), 3u) << "the queued one is gone at once";
+    for (const ParkedAc& p : engine.parked) EXPECT_EQ(p.state, ActState::Removing) << p.callsign;
+    EXPECT_EQ(engine.removalQueue.size(), 3u) << "the one already going is not asked twice";
+}
+
+}  // namespace

@@ -1,8 +1,11 @@
 // The stand search: how far back in time an option is found, and what keeps an option out.
+#include <deque>
 #include <string>
 #include <vector>
 
 #include "airports/state.h"
+#include "engine/admission.h"
+#include "engine/state.h"
 #include "frame/core/params.h"
 #include "parking/search.h"
 #include "parking/state.h"
@@ -113,6 +116,36 @@ TEST_F(ParkingTest, CoupledCallsignOfALiveFlight) {
     late.airline = "AFR";
     gf_searchForCoupledCsAroundThisTime({3, 10}, late);  // 16 half hours away: outside the window
     EXPECT_TRUE(late.altCallsign2.empty());
+}
+
+}  // namespace
+
+namespace {
+
+// A live flight arriving under its first number replaces the parked aircraft that stands for its
+// departure under the second: the history couples the two.
+TEST_F(ParkingTest, LiveFlightReplacesItsParkedTwinByTheCoupledCallsign) {
+    addOption(stand("A10"), "AFR4411", "AFR4412", 3, {22, 23});
+    ParkedAc twin;
+    twin.callsign = "AFR4412*";
+    twin.altCallsign1 = "AFR4412";
+    twin.airline = "AFR";
+    twin.model = "A320";
+    twin.sid = stand("E23").sid;
+    twin.state = ActState::Live;
+    twin.objectId = 4242;
+    engine.parked.push_back(twin);
+    Act live;
+    live.callsign = "AFR4411";
+    live.airline = "AFR";
+    live.hexid = 0x391234;
+    live.state = ActState::Live;
+
+    gf_reviewAgainstParked(live);
+
+    EXPECT_EQ(live.altCallsign2, "AFR4412");
+    EXPECT_EQ(engine.parked.front().state, ActState::Removing);
+    EXPECT_EQ(engine.removalQueue, std::deque<uint32_t>{4242});
 }
 
 }  // namespace
