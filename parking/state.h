@@ -10,7 +10,7 @@
 
 #include "common/geo.h"
 
-// One position the calculation found: from the history of a stand (Part of the stand search) or from the
+// One position the calculation found: from the history of a stand (parking/search.h) or from the
 // service's parked traffic. Consumed from the back, one creation at a time.
 struct ChosenPosition {
     uint32_t ptHexid = 0;  // hexid of the parked-traffic record, 0 when it comes from the history
