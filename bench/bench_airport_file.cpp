@@ -3,11 +3,11 @@
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
-#include <random>
 
 #include <fmt/format.h>
 
 #include "airports/state.h"
+#include "bench/learned_history.h"
 #include "frame/core/params.h"
 
 namespace fs = std::filesystem;
@@ -27,26 +27,12 @@ void lf_prepare(bool learned) {
                   root / "airports/archive/stock/LFPG.xml");
     fs::current_path(root);
     if (!learned) return;
-    // What weeks of learning leave: each stand, each day, a few aircraft of a pool of 300 for some half
-    // hours; the same aircraft at the same stand and day merges into its option where the hours meet.
     gf_resetAirports();
     airports.parkIcao = "LFPG";
     QualityPair q;
     gf_readApf(q, "airports/archive/stock/LFPG.xml");
-    std::mt19937 rng(42);
     AirportFileData data{"LFPG", airports.airportName, "", "stock", 0, -1, -1, 392, airports.stands};
-    for (Stand& s : data.stands) {
-        s.options.clear();
-        for (int week = 0; week < kWeeks; ++week)
-            for (uint32_t day = 1; day <= 7; ++day)
-                for (int k = 0; k < kAircraftPerDay; ++k) {
-                    const uint32_t n = rng() % 300;
-                    const int start = static_cast<int>(rng() % 44);
-                    const uint64_t hours = ((uint64_t{1} << (1 + rng() % 4)) - 1) << start;
-                    s.options.push_back({"AFR", "A320", fmt::format("FGK{:03}", n), fmt::format("AFR{}", n), "", hours,
-                                         static_cast<uint32_t>(s.options.size() + 1), day, true, k == 3});
-                }
-    }
+    gf_fillLearnedHistory(data.stands, kWeeks, kAircraftPerDay, false);
     gf_writeApf(data, "airports/learned/stock/LFPG.xml", true);
     gf_resetAirports();
 }

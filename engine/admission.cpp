@@ -130,15 +130,9 @@ void lf_takeRegistration(Act& act) {
     if (act.callsign.empty() || act.callsign == kNoCallsign) act.callsign = act.reg;
 }
 
-// Rule 12: "ABC1234" flies for ABC; anything else without an airline is private.
+// Rule 12.
 void lf_airlineFromCallsign(Act& act) {
-    if (!act.airline.empty()) return;
-    const std::string& c = act.callsign;
-    const auto upper = [](char ch) { return ch >= 'A' && ch <= 'Z'; };
-    if (c.size() >= 4 && upper(c[0]) && upper(c[1]) && upper(c[2]) && c[3] >= '0' && c[3] <= '9')
-        act.airline = c.substr(0, 3);
-    else
-        act.airline = kPrivateAirline;
+    if (act.airline.empty()) act.airline = gf_airlineFromCallsign(act.callsign);
 }
 
 // Pitch of a first airborne position from its vertical speed: a climb noses up to 2400 fpm, a descent
@@ -346,4 +340,10 @@ void gf_removeGhostOf(const std::string& callsign) {
             gf_removeAct(a);
         return;
     }
+}
+
+std::string gf_airlineFromCallsign(const std::string& c) {
+    const auto upper = [](char ch) { return ch >= 'A' && ch <= 'Z'; };
+    if (c.size() >= 4 && upper(c[0]) && upper(c[1]) && upper(c[2]) && c[3] >= '0' && c[3] <= '9') return c.substr(0, 3);
+    return kPrivateAirline;
 }

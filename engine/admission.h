@@ -27,6 +27,9 @@ void gf_reviewAgainstParked(Act& act);
 // Every 61 ticks for an Act on the ground and Live: a parked twin under "callsign*" or the same reg goes.
 void gf_parkedWithSameCallsign(const Act& act);
 
+// The airline of an aircraft the data give none: "ABC1234" flies for ABC, anything else is private.
+std::string gf_airlineFromCallsign(const std::string& callsign);
+
 // --- the single rules, for the tests and the neighbours that need one of them ---
 
 // Room for a newcomer at `distanceNm` from the user: removes the farthest live aircraft if it lies more

@@ -9,6 +9,7 @@
 #include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
+#include "parking/search.h"
 
 namespace {
 
@@ -108,8 +109,8 @@ bool lf_parkedYieldsToLive(const ParkedAc& parked, const Act& act, const std::st
 }
 
 void gf_reviewAgainstParked(Act& act) {
-    // The search for a coupled callsign belongs to the stand search of the parking; until it comes the
-    // aircraft keeps the callsigns it has.
+    // The history of the park airport may know the number this flight leaves (or came) under.
+    if (!act.coupledChecked) gf_searchForCoupledCsAroundThisTime(gf_loadTimeOfWeek(), act);
     act.coupledChecked = true;
     if (act.callsign.empty()) return;
     const std::string shortCallsign(lf_endsInGhostMark(act.callsign) ? lf_stripped(act.callsign) : act.callsign);

@@ -34,6 +34,7 @@
 #include "liveries/fixes.h"
 #include "liveries/liveries_file.h"
 #include "liveries/matching.h"
+#include "parking/calculation.h"
 #include "service/client.h"
 #include "service/session.h"
 #include "service/state.h"
@@ -195,6 +196,8 @@ void holdTrafficUntilLoop() {
     lf_trace("holdTrafficUntilLoop");
     gf_holdTrafficUntilLoop();
 }
+// Phase one of the parking update only arms it: the calculation of phase two asks the service itself,
+// so that what it places is what the service says at that moment.
 void fetchParkedTraffic() { lf_trace("fetchParkedTraffic"); }
 void resetReaders() {
     lf_trace("resetReaders");
@@ -238,7 +241,11 @@ void createNextStatic() {
     lf_trace("createNextStatic");
     gf_createNextStatic();
 }
-void placeNextStatic() { lf_trace("placeNextStatic"); }
+void placeNextStatic() {
+    lf_trace("placeNextStatic");
+    // A parked aircraft waits for every queued creation, live or static.
+    if (engine.liveCreationQueue.empty() && engine.staticCreationQueue.empty()) gf_placeNextStatic();
+}
 void workTrafficBuffer() {
     lf_trace("workTrafficBuffer");
     offeredRecords += static_cast<int64_t>(gf_workTrafficBuffer());
@@ -319,12 +326,19 @@ void trackParkAirport(bool firstCall) {
     lf_trace("trackParkAirport");
     gf_trackParkAirport(firstCall);
 }
-bool renewParking(bool) {
+bool renewParking(bool ptSwitched) {
     lf_trace("renewParking");
-    return answers.renewParking.value_or(false);
+    if (answers.renewParking) return *answers.renewParking;
+    return gf_renewParking(ptSwitched);
 }
-void flushStatic() { lf_trace("flushStatic"); }
-void clearReservedStand() { lf_trace("clearReservedStand"); }
+void flushStatic() {
+    lf_trace("flushStatic");
+    gf_flushStatic();
+}
+void clearReservedStand() {
+    lf_trace("clearReservedStand");
+    gf_clearReservedStand();
+}
 std::string reReadParkAirports() {
     lf_trace("reReadParkAirports");
     std::string text;
@@ -352,10 +366,14 @@ void resetParkingForRestart() {
     lf_trace("resetParkingForRestart");
     // The save ran at the end of the last run; the next run finds its park airport afresh.
     gf_resetParkingForRun();
+    gf_clearParkingLists();
     gf_resetAirports();
     gf_clearParkAirport();
 }
-void setParkingControls(bool) { lf_trace("setParkingControls"); }
+void setParkingControls(bool enabled) {
+    lf_trace("setParkingControls");
+    gf_setParkingBusy(!enabled);
+}
 
 // --- liveries ---
 // The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved

@@ -193,6 +193,28 @@ bool gf_matchLive(Act& act) {
     return true;
 }
 
+bool gf_matchParked(AcBase& ac, const Stand& stand) {
+    if (!ac.livery.empty()) {
+        if (LOG.current) gf_logf("          {} =s= {}", lf_logLabel(ac), ac.livery);
+        return true;
+    }
+    // The registration's own livery first; after it the stand says whether a freighter stands here.
+    Hit hit{lf_matchRegcode(ac.reg), 1};
+    if (hit.title.empty()) {
+        ac.cargo = stand.cargo;
+        hit = lf_matchCascade(ac, false);
+    }
+    if (hit.title.empty()) {
+        if (LOG.current)
+            gf_logf("{:8}: {} no livery match ...", stand.name, fmt::format("{:3} {:4}", ac.airline, ac.model));
+        return false;
+    }
+    if (lf_isUnmakeable(hit.title)) return false;
+    ac.livery = hit.title;
+    if (LOG.current) gf_logf("          {} ={}= {}", lf_logLabel(ac), hit.step, hit.title);
+    return true;
+}
+
 void gf_liveryNotCreated(AcBase& ac) {
     gf_showMessage(fmt::format("{} \"{}\" could not be created by your Sim!", ac.callsign, ac.livery), true);
     matching.unmakeableLiveries.emplace_back(ac.livery);

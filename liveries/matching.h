@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 
+#include "airports/airport_file.h"
 #include "engine/act.h"
 #include "liveries/state.h"
 
@@ -16,6 +17,10 @@
 // already on entry counts too). Sets `fsltl` when the cascade found the title. Reads airline, model, reg,
 // category (set by the admission before), cargo and hexid; MATCHING_DEPTH and LOG.
 bool gf_matchLive(Act& act);
+
+// A parked aircraft on `stand`: a title set on entry stands; else the cascade, with the stand's cargo flag
+// taken after the registration step. No counters, no memory of hexids, no fsltl. False without a title.
+bool gf_matchParked(AcBase& ac, const Stand& stand);
 
 // The simulator refused to create an aircraft with its livery: the title is never given again and the
 // refusal is booked for the summary. At the 20th refused title the run ends: throws

@@ -241,6 +241,8 @@ std::string gf_airportLabel(const std::string& icao, const std::string& iata) {
 }
 
 void gf_trackParkAirport(bool firstCall) {
+    // The last chosen position is made: the parking controls come back.
+    if (run.parkingBusy.load() && parking.chosenPositions.empty()) gf_finishCalculation();
     if (parking.airportLoadPending) {
         gf_clearMessage();
         parking.airportLoadPending = false;

@@ -60,8 +60,16 @@ struct TrafficReader : RtClient {
     std::atomic<double> lastTrafficTime{0.0};  // time stamp of the line decoded last, s since 1970
     std::atomic<double> userLatitude{0.0};     // user position, degrees; main thread writes at each area update
     std::atomic<double> userLongitude{0.0};
-    std::string blockedCallsign;  // the callsign blocked last
-    bool notBlocked = true;       // no block has been carried out for BLOCK_CALLSIGN yet
+    // The parked traffic query (service/parked.h): one exchange on the engine thread beside the loop, with
+    // a handle, an answer and a box of its own.
+    std::atomic<double> parkTop{0.0}, parkBottom{0.0}, parkLeft{0.0}, parkRight{0.0};  // degrees
+    CURL* parkHandle = nullptr;                                                        // valid during the query only
+    std::string parkAnswer;                                                            // body of the answer in hand
+    nlohmann::json parkLine;                                                           // the parked line in hand
+    PtRecord parkScratch;                                                              // the record being built
+    std::vector<PtRecord> parkedTraffic;  // result of the last query, youngest first
+    std::string blockedCallsign;          // the callsign blocked last
+    bool notBlocked = true;               // no block has been carried out for BLOCK_CALLSIGN yet
 
     // Turns `line` into `scratch` and appends it to `batch`, or drops it.
     // Throws zel::SysErrorException 744 (corrupt position) and 746 (true heading above 360).

@@ -58,12 +58,17 @@ void gf_setTransferLimits(TransferLimits limits) {
 }
 
 CURLcode lf_postForm(RtClient& client, std::string_view path, const std::string& body, std::string& answer) {
+    return lf_postForm(client, client.handle, path, body, answer);
+}
+
+CURLcode lf_postForm(RtClient& client, CURL*& handle, std::string_view path, const std::string& body,
+                     std::string& answer) {
     answer.clear();
-    client.handle = curl_easy_init();
-    if (client.handle == nullptr) return CURLE_FAILED_INIT;
+    handle = curl_easy_init();
+    if (handle == nullptr) return CURLE_FAILED_INIT;
     const std::string url = gf_serviceBaseUrl() + std::string(path);
     const TransferLimits limits = gf_transferLimits();
-    CURL* h = client.handle;
+    CURL* h = handle;
     curl_easy_setopt(h, CURLOPT_URL, url.c_str());
     curl_easy_setopt(h, CURLOPT_ACCEPT_ENCODING, "deflate,gzip");
     curl_easy_setopt(h, CURLOPT_POSTFIELDS, body.c_str());  // `body` outlives the transfer
@@ -81,7 +86,7 @@ CURLcode lf_postForm(RtClient& client, std::string_view path, const std::string&
     }
     const CURLcode result = curl_easy_perform(h);
     curl_easy_cleanup(h);
-    client.handle = nullptr;
+    handle = nullptr;
     return result;
 }
 

@@ -29,6 +29,10 @@ void gf_setTransferLimits(TransferLimits limits);
 // One exchange with a fresh handle held in client.handle: the answer lands in `answer` (emptied first).
 // CURLE_FAILED_INIT when no handle could be made. A stop request of the client aborts the transfer.
 CURLcode lf_postForm(RtClient& client, std::string_view path, const std::string& body, std::string& answer);
+// The same with a handle of the caller's own (a query beside the client's loop); the client's stop
+// request still aborts it.
+CURLcode lf_postForm(RtClient& client, CURL*& handle, std::string_view path, const std::string& body,
+                     std::string& answer);
 
 // `status` of an answer; 100 when it is missing or no number.
 int32_t gf_answerStatus(const nlohmann::json& answer);

@@ -30,3 +30,14 @@ struct TrafficRecord {
     double timestamp = 0.0;             // seconds since 1970 of the position
     uint32_t hexid = 0;                 // 24-bit transponder address
 };
+
+// One aircraft standing at the park airport, as the service's parked traffic reports it. The eight
+// strings mean what those of TrafficRecord mean; from, to and the alternative callsigns stay empty.
+struct PtRecord {
+    std::string airline, model, from, to, callsign, altCallsign1, altCallsign2, reg;
+    double latitude = 0.0;   // degrees
+    double longitude = 0.0;  // degrees
+    uint32_t hexid = 0;
+    int32_t age = 0;  // half hour of the day last seen (0 .. 47) after decoding; then half hours ago
+    std::string standName;
+};

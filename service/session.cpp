@@ -103,6 +103,7 @@ void gf_resetReaders() {
     weatherClient.stopRequested = false;
     trafficReader.stopRequested = false;
     trafficReader.resetDecoder();
+    trafficReader.parkedTraffic.clear();
     service.qnh = 1013;
     service.engineQnh = 1013;
     service.lastQnh = 1013;

@@ -180,6 +180,7 @@ std::string lf_kindName(FaultKind k) {
 Fault gf_faultFromJson(const json& j) {
     Fault f;
     f.path = j.value("path", "");
+    f.querytype = j.value("querytype", "");
     const std::string kind = j.value("kind", "status");
     bool known = false;
     for (FaultKind k : {FaultKind::Status, FaultKind::NoStatus, FaultKind::TextStatus, FaultKind::EmptyBody,
@@ -395,9 +396,10 @@ json TrafficDouble::parkedTraffic(double unixTime, double top, double bottom, do
     return data;
 }
 
-bool TrafficDouble::lf_takeFault(const std::string& path, Fault& out) {
+bool TrafficDouble::lf_takeFault(const std::string& path, const std::string& querytype, Fault& out) {
     for (auto it = scenario_.faults.begin(); it != scenario_.faults.end(); ++it) {
         if (!it->path.empty() && it->path != path) continue;
+        if (!it->querytype.empty() && it->querytype != querytype) continue;
         if (it->skip > 0) {
             --it->skip;
             return false;
@@ -447,7 +449,8 @@ TrafficDouble::Answer TrafficDouble::lf_traffic(const std::map<std::string, std:
 TrafficDouble::Answer TrafficDouble::lf_answer(const std::string& path, const std::map<std::string, std::string>& form,
                                                RequestRecord& rec, bool faultsAllowed) {
     Fault fault;
-    if (faultsAllowed && lf_takeFault(path, fault)) {
+    const auto type = form.find("querytype");
+    if (faultsAllowed && lf_takeFault(path, type == form.end() ? std::string() : type->second, fault)) {
         switch (fault.kind) {
             case FaultKind::Status:
                 rec.answeredStatus = fault.status;

@@ -49,7 +49,8 @@ enum class FaultKind { Status, NoStatus, TextStatus, EmptyBody, BadJson, WrongTy
 
 // A fault hits the matching requests after `skip` of them went through normally, `count` times (-1: always).
 struct Fault {
-    std::string path;  // "/v4/traffic", ... ; empty matches every path
+    std::string path;       // "/v4/traffic", ... ; empty matches every path
+    std::string querytype;  // "parkedtraffic", "locationtraffic"; empty matches every request of the path
     FaultKind kind = FaultKind::Status;
     int32_t status = 500;
     std::string message;
@@ -57,7 +58,8 @@ struct Fault {
     int32_t count = 1;
     int32_t stallMs = 0;  // Stall: real milliseconds before answering; -1 until the double stops
 };
-Fault gf_faultFromJson(const nlohmann::json& j);  // {"path","kind","status","message","skip","count","stall_ms"}
+// {"path","querytype","kind","status","message","skip","count","stall_ms"}
+Fault gf_faultFromJson(const nlohmann::json& j);
 
 struct Scenario {
     std::string airport = "LSZH";
@@ -117,7 +119,7 @@ private:
     Answer lf_answer(const std::string& path, const std::map<std::string, std::string>& form, RequestRecord& rec,
                      bool faultsAllowed);
     Answer lf_traffic(const std::map<std::string, std::string>& form, RequestRecord& rec);
-    bool lf_takeFault(const std::string& path, Fault& out);
+    bool lf_takeFault(const std::string& path, const std::string& querytype, Fault& out);
     void lf_install();
 
     Scenario scenario_;

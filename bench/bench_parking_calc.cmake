@@ -1,0 +1,1 @@
+add_dependencies(bench_parking_calc zark_install_fixture)
