@@ -7,12 +7,16 @@
 
 #include "common/clock.h"
 #include "common/geo.h"
+#include "common/timeofweek.h"
 #include "engine/commands.h"
+#include "engine/ground.h"
 #include "engine/intake.h"
 #include "engine/motion.h"
 #include "engine/records.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
+#include "parking/learning.h"
 
 namespace {
 constexpr double kMetresPerNm = 1852.0;
@@ -104,8 +108,9 @@ void lf_leaveStand(Act& act) {
         if (act.phase == ActPhase::AtStand) act.stream.front().dueTick = engine.slice + 1;
         gf_openSlack(act);
     }
-    // The departure is learned by the stand's history and the stand's occupiedLive flag cleared by the
-    // parking side, which holds the stand table.
+    if (!act.airline.empty() && act.standCargo == act.cargo)
+        gf_learnAtStand(act.sid, act, true, gf_loadTimeOfWeek(), true);
+    if (Stand* stand = gf_standOfId(act.sid)) stand->occupiedLive = false;
 }
 
 // A sample of an aircraft at or rolling to its stand; true when it goes on into the stream.
@@ -258,9 +263,14 @@ void gf_addSample(Act& act, Sample sample) {
     const Sample& last = stream.back();
     if (sample.dueTick <= last.dueTick) sample.dueTick = last.dueTick + 1;
     if (!act.departing && act.onGround && act.state == ActState::Live) {
-        // A go-around: airborne samples behind a roll-out. The start of a departure from the taxi
-        // (an airborne sample, or two fast ones on the ground) belongs to the ground operations.
-        if (act.rollOut && last.airborne && sample.airborne) lf_goAround(act);
+        // A go-around: airborne samples behind a roll-out. A departure: an airborne sample, or two fast
+        // ones on the ground, while taxiing.
+        if (act.rollOut && last.airborne && sample.airborne)
+            lf_goAround(act);
+        else if (!act.rollOut && act.phase == ActPhase::Taxi &&
+                 (sample.airborne ||
+                  (!last.airborne && last.groundSpeed >= kTakeOffTriggerKt && sample.groundSpeed >= kTakeOffTriggerKt)))
+            gf_startDeparture(act);
     }
     stream.push_back(sample);
     if (stream.size() == 2 && stream.front().stopped && !sample.stopped) {

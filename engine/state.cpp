@@ -25,6 +25,7 @@ void gf_clearEngineTables() {
     engine.batchLeft = 0;
     engine.batchDouble = false;
     engine.removeAllRequested = false;
+    engine.flareActive = false;
     std::lock_guard lock(simQueues.eventLock);
     simQueues.delayList.clear();
 }

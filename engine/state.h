@@ -32,7 +32,8 @@ struct EngineState {
     std::unordered_set<uint32_t> unknownModels;  // hexids whose model the database could not give: refused at once
     std::string parkIata;  // IATA code of the park airport, empty when none; written by the park airport tracking
 
-    int32_t slice = 0;  // S of the slice in progress; set by the frame at the start of each slice
+    bool flareActive = false;  // some aircraft is in its flare: the scan of aircraft in range runs every 20 slices
+    int32_t slice = 0;         // S of the slice in progress; set by the frame at the start of each slice
 
     // Pacing of the initial load (the history's oldest snapshot): one record per slice, two when the
     // batch began with more than 150; a new batch starts no earlier than 210 slices after the last.

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <set>
 
+#include "airports/state.h"
+#include "engine/state.h"
 #include "frame/core/folders.h"
 #include "frame/core/params.h"
 #include "frame/core/runstate.h"
@@ -17,6 +19,7 @@
 #include "service/traffic.h"
 #include "simlink/state.h"
 #include "simlink/user.h"
+#include "tools/common/csv.h"
 
 namespace harness {
 namespace fs = std::filesystem;
@@ -55,8 +58,38 @@ void lf_genericLiveries(const tdbl::Scenario& traffic, const std::vector<std::st
 }
 }  // namespace
 
+void gf_loadStandTable(const fs::path& csv) {
+    constexpr double kDefaultRadiusM = 20.0;
+    airports.stands.clear();
+    std::set<std::string> seen;
+    for (const datacsv::Row& row : datacsv::readCsv(csv)) {
+        const auto field = [&](const char* name) {
+            const auto it = row.find(name);
+            return it == row.end() ? std::string() : it->second;
+        };
+        const std::string name = field("name");
+        if (name.empty() || !seen.insert(name).second) continue;
+        Stand stand;
+        stand.name = name;
+        try {
+            stand.latitude = std::stod(field("lat"));
+            stand.longitude = std::stod(field("lon"));
+            stand.heading = std::stod(field("heading_deg")) * kDegToRad;
+            const std::string radius = field("radius_m");
+            stand.radius = (radius.empty() ? kDefaultRadiusM : std::stod(radius)) * kMetresToNm;
+        } catch (const std::exception&) {
+            continue;  // a stand without a position or heading is no stand
+        }
+        stand.cargo = field("kind") == "cargo";
+        stand.heli = field("kind") == "heli";
+        airports.stands.push_back(std::move(stand));
+    }
+    gf_numberStands(airports.stands);
+}
+
 Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
     Options o;
+    o.standsCsv = sourceDir / "data" / "tracks" / "LSZH_stands.csv";
     o.install = binaryDir / "install";
     // The double knows the titles of the install's liveries file, which the scenario names relative to the
     // install folder.
@@ -95,6 +128,11 @@ bool Harness::start() {
     if (options_.sim.titles.empty())
         for (const std::string& title : liveries.titleStore) options_.sim.titles.push_back(title);
     gf_setParkAirport(options_.parkAirport.lat, options_.parkAirport.lon, options_.parkElevationFt);
+    if (!options_.standsCsv.empty()) {
+        gf_loadStandTable(options_.standsCsv);
+        airports.parkIcao = "LSZH";
+        engine.parkIata = "ZRH";
+    }
 
     sim_ = std::make_unique<simdouble::SimDouble>(options_.sim);
     simEpochUtc_ = utcNow();
