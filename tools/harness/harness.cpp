@@ -58,6 +58,36 @@ void lf_genericLiveries(const tdbl::Scenario& traffic, const std::vector<std::st
 }
 }  // namespace
 
+size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS) {
+    constexpr size_t kFrozenRun = 10;  // points with the very same speed and track: frozen
+    auto& pts = flight.points;
+    std::vector<bool> frozen(pts.size(), false);
+    for (size_t i = 0; i < pts.size();) {
+        size_t j = i + 1;
+        while (j < pts.size() && pts[j].groundSpeedKt == pts[i].groundSpeedKt && pts[j].trackDeg == pts[i].trackDeg)
+            ++j;
+        if (j - i >= kFrozenRun)
+            for (size_t k = i; k < j; ++k) frozen[k] = pts[k].onGround == 1;
+        i = j;
+    }
+    size_t mended = 0;
+    const std::vector<tdbl::TrackPoint> original = pts;
+    for (size_t i = 0; i < pts.size(); ++i) {
+        if (!frozen[i]) continue;
+        size_t a = i, b = i;
+        while (a > 0 && original[i].t - original[a - 1].t <= windowS / 2.0) --a;
+        while (b + 1 < original.size() && original[b + 1].t - original[i].t <= windowS / 2.0) ++b;
+        const double dt = original[b].t - original[a].t;
+        if (dt <= 0.0) continue;
+        const LatLon from{original[a].lat, original[a].lon}, to{original[b].lat, original[b].lon};
+        const double nm = gf_distanceNm(from, to);
+        pts[i].groundSpeedKt = nm / (dt / 3600.0);
+        if (nm > 0.0) pts[i].trackDeg = gf_bearing(from, to) * kRadToDeg;
+        ++mended;
+    }
+    return mended;
+}
+
 void gf_loadStandTable(const fs::path& csv) {
     constexpr double kDefaultRadiusM = 20.0;
     airports.stands.clear();
@@ -99,6 +129,7 @@ Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
         j["titlesFromLiveries"] = (o.install / j["titlesFromLiveries"].get<std::string>()).string();
     o.sim = simdouble::gf_parseScenario(j);
     o.traffic = tdbl::gf_zurichScenario(sourceDir);
+    for (tdbl::Flight& f : o.traffic.flights) gf_mendFrozenVelocity(f);
     return o;
 }
 
