@@ -70,6 +70,8 @@ size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS) {
             for (size_t k = i; k < j; ++k) frozen[k] = pts[k].onGround == 1;
         i = j;
     }
+    // A recording without any velocity is mended the same way.
+    for (size_t k = 0; k < pts.size(); ++k) frozen[k] = frozen[k] || std::isnan(pts[k].groundSpeedKt);
     size_t mended = 0;
     const std::vector<tdbl::TrackPoint> original = pts;
     for (size_t i = 0; i < pts.size(); ++i) {

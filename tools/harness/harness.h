@@ -46,9 +46,10 @@ struct Options {
     std::filesystem::path standsCsv;
 };
 // Some recordings freeze speed and track on the ground (the last airborne velocity repeated for minutes
-// while the position moves): there the speed and track are taken from the positions, over `windowS`.
+// while the position moves), others have none: there the speed and track are taken from the positions,
+// over `windowS`.
 // Returns how many points were mended.
-size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS = 4.0);
+size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS = 8.0);
 // The stand table of the park airport from a stands CSV; radius_m, when absent, is 20 m.
 void gf_loadStandTable(const std::filesystem::path& csv);
 // The defaults above, read from the source tree and the build tree.
