@@ -95,7 +95,7 @@ void gf_touchdown(Act& act) {
 
 void gf_rollOut(Act& act) {
     const double d = std::fabs(gf_angleDiff(act.touchdownHeading, act.heading)) * kRadToDeg;
-    if (d >= kRollOutTurnOffDeg) {
+    if (d >= kRollOutTurnOffDeg - 1e-9) {  // 15 degrees is off, whatever the last bit says
         gf_setFlaps(act, 0);
         act.rollOut = false;
         act.touchdownHeading = 0.0;
