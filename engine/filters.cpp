@@ -23,6 +23,7 @@ constexpr double kMetresPerNm = 1852.0;
 constexpr int32_t kTowedHeavy = 360000;  // slices a Heavy must stand before it counts as turned around
 constexpr int32_t kTowedLarge = 150000;
 constexpr int32_t kTowedBuzjets = 90000;
+constexpr double kSetOffSpeedKt = 5.0;  // the least speed a first leg after a stop is timed at
 
 LatLon lf_pos(const Sample& s) { return {s.latitude, s.longitude}; }
 double lf_headingOffDeg(double heading, double bearing) {
@@ -274,8 +275,13 @@ void gf_addSample(Act& act, Sample sample) {
     }
     stream.push_back(sample);
     if (stream.size() == 2 && stream.front().stopped && !sample.stopped) {
-        stream.front().dueTick = engine.slice + 1;
-        stream.front().groundSpeed = sample.groundSpeed;
+        // The stop ends. Setting off at once would put the aircraft up to its early slack (30 s) ahead of
+        // the real one, which set off only about the time it needs for this first leg before the sample.
+        Sample& head = stream.front();
+        const double kt = std::max(sample.groundSpeed, kSetOffSpeedKt);
+        const auto lead = static_cast<int32_t>(gf_distanceNm(lf_pos(head), lf_pos(sample)) * kSlicesPerHour / kt);
+        head.dueTick = std::max(engine.slice + 1, std::min(head.dueTick, sample.dueTick - lead));
+        head.groundSpeed = sample.groundSpeed;
     }
 }
 

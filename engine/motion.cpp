@@ -28,6 +28,7 @@ constexpr double kApproachSinkFtPerS = 10.005;
 constexpr double kTakeOffClimbFpm = 1500.0;  // made-up climb of a take-off
 constexpr double kTakeOffClimbFtPerS = 25.0;
 constexpr double kApproachSpeedKt = 100.0;  // a head without speed on its way to the runway
+constexpr int32_t kCatchUpShareOf = 4;      // a leg is lengthened or shortened by at most 1/4 of itself
 
 bool lf_categoryWanted(ModelCategory c) {
     switch (c) {
@@ -226,6 +227,14 @@ double gf_legSpeed(const Act& act) {
 void gf_clampSchedule(Act& act, int32_t duration) {
     Sample& next = act.stream[1];
     int32_t t = engine.slice + duration;
+    if (act.extrapolation <= 0 && !next.stopped) {
+        // Timed by length alone, a leg keeps whatever lead or lag the aircraft has (the seconds its
+        // creation took, a taxi slower than the real one) for the rest of its flight. Each leg works it
+        // off, its length in time changed by no more than a quarter, so the aircraft comes back to 30 s
+        // behind the real one within a few legs and without a surge.
+        const int32_t most = duration / kCatchUpShareOf;
+        t += std::clamp(next.dueTick - t, -most, most);
+    }
     if (act.extrapolation <= 0) {
         if (t > next.dueTick + act.lateSlack)
             t = next.dueTick + act.lateSlack;
