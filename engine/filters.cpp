@@ -277,10 +277,13 @@ void gf_addSample(Act& act, Sample sample) {
     if (stream.size() == 2 && stream.front().stopped && !sample.stopped) {
         // The stop ends. Setting off at once would put the aircraft up to its early slack (30 s) ahead of
         // the real one, which set off only about the time it needs for this first leg before the sample.
+        // Leaving a stand is the exception: the push back or pull out is made up and starts at once, so
+        // that later samples outside the stand circle find the aircraft already on its way.
         Sample& head = stream.front();
         const double kt = std::max(sample.groundSpeed, kSetOffSpeedKt);
         const auto lead = static_cast<int32_t>(gf_distanceNm(lf_pos(head), lf_pos(sample)) * kSlicesPerHour / kt);
-        head.dueTick = std::max(engine.slice + 1, std::min(head.dueTick, sample.dueTick - lead));
+        head.dueTick =
+            act.phase == ActPhase::AtStand ? engine.slice + 1 : std::max(engine.slice + 1, sample.dueTick - lead);
         head.groundSpeed = sample.groundSpeed;
     }
 }
