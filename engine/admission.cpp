@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include "common/geo.h"
+#include "engine/ground.h"
 #include "engine/records.h"
 #include "engine/stands.h"
 #include "engine/state.h"
@@ -164,6 +165,11 @@ void lf_stationaryStart(Act& act) {
     }
 }
 
+// A stream on the ground that begins at runway speed and slows down: a landing roll.
+bool lf_rollingOut(const std::deque<Sample>& s) {
+    return s.size() >= 2 && s.front().groundSpeed >= kTakeOffTriggerKt && s.back().groundSpeed < s.front().groundSpeed;
+}
+
 // The simulator state of the new object, from its head.
 void lf_stateFromHead(Act& act) {
     const Sample& head = act.stream.front();
@@ -190,6 +196,7 @@ void lf_stateFromHead(Act& act) {
 // or its head taken off by the stand rules for this slice).
 bool lf_placeAct(Act& act) {
     lf_stationaryStart(act);
+    bool landing = false;
     if (act.phase == ActPhase::Unplaced) {
         if (!gf_matchLive(act)) {
             gf_bookNoMatch(act);
@@ -200,10 +207,18 @@ bool lf_placeAct(Act& act) {
             act.phase = ActPhase::Airborne;
         else if (!gf_standRulesForLive(act))
             return false;
+        landing = act.phase == ActPhase::Taxi && lf_rollingOut(act.stream);
     }
     if (act.drop) return false;
     engine.checkQueue.push_back(act.hexid);
     lf_stateFromHead(act);
+    if (landing) {
+        // Seen first on the runway, fast and slowing down: it has just landed (its last feet above the
+        // field are never taken up). Placed as if it had touched down, so it rolls out and looks for a
+        // stand; taxiing, two fast samples would have made it a departure.
+        act.rollOut = act.landedHere = true;
+        act.touchdownHeading = act.heading;
+    }
     act.state = ActState::Creating;
     act.held = false;
     engine.creationReady.push_back(act.hexid);

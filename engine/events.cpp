@@ -6,7 +6,9 @@
 #include "common/timeofweek.h"
 #include "engine/commands.h"
 #include "engine/flightplans.h"
+#include "engine/ground.h"
 #include "engine/records.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
 #include "frame/core/params.h"
@@ -25,7 +27,7 @@ std::string lf_halfHourText(uint64_t word) {
 }
 
 // The stand's name for the log; the stand table of the park airport names it once it is loaded.
-std::string lf_standName(const ParkedAc& ac) { return ac.sid == 0 ? "sid==0?" : "unknown"; }
+std::string lf_standName(const ParkedAc& ac) { return gf_standName(ac.sid); }
 
 void lf_liveBecameLive(Act& act) {
     act.state = ActState::Live;
@@ -109,8 +111,7 @@ void lf_objectRemoved(uint32_t objectId) {
 void lf_heightReport(const SimEvent& event) {
     Act* act = gf_findActByObject(event.objectId);
     if (act == nullptr) return;
-    // Touchdown on a report of the ground (onGround false, slots at most 1) belongs to the landing; until
-    // it is in place the record takes the height alone.
+    if (event.hexid != 0 && !act->onGround && act->slots <= 1) gf_touchdown(*act);
     act->agl = event.b;
     if (act->onGround || act->slots >= 2) act->altitude = act->staticCg + event.a;
 }

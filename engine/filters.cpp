@@ -7,10 +7,13 @@
 
 #include "common/clock.h"
 #include "common/geo.h"
+#include "common/timeofweek.h"
 #include "engine/commands.h"
+#include "engine/ground.h"
 #include "engine/intake.h"
 #include "engine/motion.h"
 #include "engine/records.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
 #include "parking/learning.h"
@@ -20,6 +23,7 @@ constexpr double kMetresPerNm = 1852.0;
 constexpr int32_t kTowedHeavy = 360000;  // slices a Heavy must stand before it counts as turned around
 constexpr int32_t kTowedLarge = 150000;
 constexpr int32_t kTowedBuzjets = 90000;
+constexpr double kSetOffSpeedKt = 5.0;  // the least speed a first leg after a stop is timed at
 
 LatLon lf_pos(const Sample& s) { return {s.latitude, s.longitude}; }
 double lf_headingOffDeg(double heading, double bearing) {
@@ -105,10 +109,9 @@ void lf_leaveStand(Act& act) {
         if (act.phase == ActPhase::AtStand) act.stream.front().dueTick = engine.slice + 1;
         gf_openSlack(act);
     }
-    // The stand's history learns the departure (the pair in learnedPairs comes with it); the stand's
-    // occupiedLive flag is cleared by the parking side, which holds the stand table.
     if (!act.airline.empty() && act.standCargo == act.cargo)
         gf_learnAtStand(act.sid, act, true, gf_loadTimeOfWeek(), true);
+    if (Stand* stand = gf_standOfId(act.sid)) stand->occupiedLive = false;
 }
 
 // A sample of an aircraft at or rolling to its stand; true when it goes on into the stream.
@@ -261,14 +264,27 @@ void gf_addSample(Act& act, Sample sample) {
     const Sample& last = stream.back();
     if (sample.dueTick <= last.dueTick) sample.dueTick = last.dueTick + 1;
     if (!act.departing && act.onGround && act.state == ActState::Live) {
-        // A go-around: airborne samples behind a roll-out. The start of a departure from the taxi
-        // (an airborne sample, or two fast ones on the ground) belongs to the ground operations.
-        if (act.rollOut && last.airborne && sample.airborne) lf_goAround(act);
+        // A go-around: airborne samples behind a roll-out. A departure: an airborne sample, or two fast
+        // ones on the ground, while taxiing.
+        if (act.rollOut && last.airborne && sample.airborne)
+            lf_goAround(act);
+        else if (!act.rollOut && act.phase == ActPhase::Taxi &&
+                 (sample.airborne ||
+                  (!last.airborne && last.groundSpeed >= kTakeOffTriggerKt && sample.groundSpeed >= kTakeOffTriggerKt)))
+            gf_startDeparture(act);
     }
     stream.push_back(sample);
     if (stream.size() == 2 && stream.front().stopped && !sample.stopped) {
-        stream.front().dueTick = engine.slice + 1;
-        stream.front().groundSpeed = sample.groundSpeed;
+        // The stop ends. Setting off at once would put the aircraft up to its early slack (30 s) ahead of
+        // the real one, which set off only about the time it needs for this first leg before the sample.
+        // Leaving a stand is the exception: the push back or pull out is made up and starts at once, so
+        // that later samples outside the stand circle find the aircraft already on its way.
+        Sample& head = stream.front();
+        const double kt = std::max(sample.groundSpeed, kSetOffSpeedKt);
+        const auto lead = static_cast<int32_t>(gf_distanceNm(lf_pos(head), lf_pos(sample)) * kSlicesPerHour / kt);
+        head.dueTick =
+            act.phase == ActPhase::AtStand ? engine.slice + 1 : std::max(engine.slice + 1, sample.dueTick - lead);
+        head.groundSpeed = sample.groundSpeed;
     }
 }
 

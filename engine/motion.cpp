@@ -1,100 +1,124 @@
-// The legs of a live aircraft. A leg runs from the present position to the next sample and is stepped
-// in equal parts per slice, so that the aircraft reaches the sample at its due slice (within the slacks).
-// Turns are spread over the start of the leg at the category's rate; on the ground the height comes from
-// the simulator's height reports.
+// The legs of a live aircraft. A leg runs from the present position to the next sample and is stepped in
+// equal parts per slice; its duration fits its length at its speed, and may move off the sample's due
+// slice by no more than the slacks. When the samples run out, made-up legs carry the aircraft on for a
+// while before it ends.
 #include "engine/motion.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "common/geo.h"
 #include "engine/admission.h"
+#include "engine/ground.h"
 #include "engine/records.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/params.h"
 #include "parking/learning.h"
 #include "simlink/state.h"
+#include "simlink/user.h"
 
 namespace {
-constexpr double kFeetPerNm = 6076.11549;
 constexpr int32_t kAirExtrapolations = 8;      // made-up legs of an aircraft whose data stop in the air
 constexpr int32_t kGroundExtrapolations = 10;  // ... on the ground
 constexpr double kAirLegSeconds = 8.0;
 constexpr double kGroundLegSeconds = 3.0;
-constexpr double kAirTurnRate = 3.0 * kPi / 18000.0;  // radians per slice: a standard rate turn, 3 deg/s
+constexpr int32_t kHoldAfterPushSlices = 30000;  // five minutes: then the held aircraft ends
+constexpr double kApproachSinkFpm = -667.0;      // made-up descent on the approach
+constexpr double kApproachSinkFtPerS = 10.005;
+constexpr double kTakeOffClimbFpm = 1500.0;  // made-up climb of a take-off
+constexpr double kTakeOffClimbFtPerS = 25.0;
+constexpr double kApproachSpeedKt = 100.0;  // a head without speed on its way to the runway
+constexpr int32_t kCatchUpShareOf = 4;      // a leg is lengthened or shortened by at most 1/4 of itself
 
-LatLon lf_pos(const Sample& s) { return {s.latitude, s.longitude}; }
-
-// The mean ground speed of head and next; from the schedule when both stand.
-double lf_legSpeed(const Act& act) {
-    const Sample& head = act.stream[0];
-    const Sample& next = act.stream[1];
-    const double mean = (head.groundSpeed + next.groundSpeed) / 2.0;
-    if (mean > 0.0) return mean;
-    const double d = gf_distanceNm(lf_pos(head), lf_pos(next));
-    const double slices = std::max<double>(next.dueTick - head.dueTick, kSmallestLegSlices);
-    return std::max(1.0, d * kSlicesPerHour / slices);
-}
-
-// The leg ends at S + duration, as far as the slacks let it move off next's due slice.
-void lf_clampSchedule(Act& act, int32_t duration) {
-    Sample& next = act.stream[1];
-    int32_t t = engine.slice + duration;
-    if (act.extrapolation <= 0) {
-        if (t > next.dueTick + act.lateSlack)
-            t = next.dueTick + act.lateSlack;
-        else
-            t = std::max(t, next.dueTick - act.earlySlack);
+bool lf_categoryWanted(ModelCategory c) {
+    switch (c) {
+        case ModelCategory::Light: return LIGHT_AIRCRAFT.current.load();
+        case ModelCategory::HighPerf: return HIGH_PERF_AIRCRAFT.current.load();
+        case ModelCategory::Rotorcraft: return HELICOPTERS.current.load();
+        default: return true;
     }
-    next.dueTick = std::max(t, engine.slice);
 }
 
-// The duration of a moving leg: its length at its speed.
-void lf_scheduleLeg(Act& act) {
-    const Sample& next = act.stream[1];
-    if (next.stopped) {
-        // A stop keeps its place in time.
-        const Sample& head = act.stream[0];
-        const int32_t hold = std::max(kSmallestLegSlices, next.dueTick - head.dueTick);
-        lf_clampSchedule(act, std::max(kSmallestLegSlices, head.dueTick + hold - engine.slice));
-        return;
-    }
-    const double d = gf_distanceNm({act.latitude, act.longitude}, lf_pos(next));
-    const auto duration = static_cast<int32_t>(std::lround(d * kSlicesPerHour / lf_legSpeed(act)));
-    lf_clampSchedule(act, std::max(kSmallestLegSlices, duration));
+// The speed a take-off run reaches on the next made-up leg, and its climb.
+void lf_takeOffRun(double s, Sample& e) {
+    struct Step {
+        double upTo, speed, climb;
+    };
+    static constexpr Step kSteps[] = {{30, 40, 0}, {60, 80, 0}, {100, 110, 0}, {140, 150, 600}, {160, 170, 1200}};
+    for (const Step& st : kSteps)
+        if (s <= st.upTo) {
+            e.groundSpeed = st.speed;
+            if (st.climb > 0.0) e.verticalSpeed = st.climb;
+            return;
+        }
+    e.groundSpeed = 180.0;
+    e.verticalSpeed = 2400.0;
 }
 
-// A made-up sample after the head, when the data have run out.
+// The speed a roll-out falls to on the next made-up leg.
+double lf_rollOutSpeed(double s) {
+    if (s >= 140.0) return 100.0;
+    if (s >= 100.0) return 80.0;
+    if (s >= 80.0) return 60.0;
+    if (s >= 60.0) return 30.0;
+    return 20.0;
+}
+
+// A made-up sample after the head, when the data have run out; n legs are left after it.
 void lf_appendExtrapolated(Act& act, int32_t n) {
     act.extrapolation = n;
     const Sample& head = act.stream.front();
     Sample e = head;
     const double leg = act.onGround ? kGroundLegSeconds : kAirLegSeconds;
-    if (head.stopped || act.phase == ActPhase::AtStand || (act.onGround && !act.departing)) {
+    if (head.stopped || act.phase == ActPhase::AtStand) {
         e.stopped = true;
         e.groundSpeed = 0.0;
-    } else if (!act.onGround) {
+    } else if (act.onGround) {
+        if (act.rollOut) {
+            e.groundSpeed = lf_rollOutSpeed(head.groundSpeed);
+            e.verticalSpeed = 0.0;
+        } else if (act.departing) {
+            lf_takeOffRun(head.groundSpeed, e);
+        } else {
+            e.stopped = true;
+            e.groundSpeed = 0.0;
+        }
+    } else if (!act.onApproach || n >= 4) {
         e.groundSpeed = std::max(1.0, head.groundSpeed * (act.onApproach ? 0.90 : 0.95));
     }
     if (e.groundSpeed > 0.0) {
         const double feet = leg * 100.0 * e.groundSpeed * kFeetPerNm / kSlicesPerHour;
-        const LatLon p = gf_destinationPoint(lf_pos(head), act.heading, feet);
+        const LatLon p = gf_destinationPoint(gf_at(head), act.heading, feet);
         e.latitude = p.lat;
         e.longitude = p.lon;
         e.stopped = p.lat == head.latitude && p.lon == head.longitude;
+        if (act.onApproach && act.flareStage == 0) {
+            e.verticalSpeed = kApproachSinkFpm;
+            e.altitude = std::max(0.0, head.altitude - leg * kApproachSinkFtPerS);
+            e.airborne = e.altitude > 0.0;
+        } else if (act.phase == ActPhase::TakeOff) {
+            e.verticalSpeed = kTakeOffClimbFpm;
+            e.altitude = head.altitude + leg * kTakeOffClimbFtPerS;
+            e.airborne = e.altitude > 0.0;
+        }
     }
     if (act.phase == ActPhase::AtStand)
         e.dueTick = static_cast<int32_t>(head.dueTick + kWeekSlices);
     else if (act.phase == ActPhase::HoldAfterPush)
-        e.dueTick = head.dueTick + 30000;
+        e.dueTick = head.dueTick + kHoldAfterPushSlices;
     else
         e.dueTick = head.dueTick + static_cast<int32_t>(leg * 100.0);
-    if (act.phase == ActPhase::AtStand || act.phase == ActPhase::HoldAfterPush) act.standHeld = false;
+    if (act.phase == ActPhase::AtStand || act.phase == ActPhase::HoldAfterPush) {
+        // The aircraft stays, but a newcomer may take its stand now.
+        act.standHeld = false;
+        if (Stand* stand = gf_standOfId(act.sid)) stand->occupiedLive = false;
+    }
     act.stream.push_back(e);
 }
 
 // Whether a made-up leg follows the last sample.
 bool lf_extrapolate(Act& act) {
+    if (act.phase == ActPhase::ToStand) gf_arriveAtStand(act);
     if (act.extrapolation < 0) return false;
     int32_t n = 0;
     if (act.extrapolation == 1) {
@@ -103,69 +127,64 @@ bool lf_extrapolate(Act& act) {
     }
     if (act.extrapolation > 1) {
         n = act.extrapolation - 1;
-    } else if (act.onGround) {
-        n = act.phase == ActPhase::AtStand || act.phase == ActPhase::HoldAfterPush ? 1 : kGroundExtrapolations;
     } else {
-        const LatLon userPos{user.userSnapshot.latitude, user.userSnapshot.longitude};
-        if (!gf_isNullBox(userPos) &&
-            gf_distanceNm(userPos, {act.latitude, act.longitude}) >= parDerived.rangeNm.load() - 0.5)
-            return false;
-        n = kAirExtrapolations;
+        if (!lf_categoryWanted(act.category)) return false;
+        if (act.onGround) {
+            n = act.phase == ActPhase::AtStand || act.phase == ActPhase::HoldAfterPush ? 1 : kGroundExtrapolations;
+        } else {
+            const LatLon userPos{user.userSnapshot.latitude, user.userSnapshot.longitude};
+            if (!gf_isNullBox(userPos) &&
+                gf_distanceNm(userPos, {act.latitude, act.longitude}) >= parDerived.rangeNm.load() - 0.5)
+                return false;
+            n = kAirExtrapolations;
+        }
     }
     lf_appendExtrapolated(act, n);
     return true;
 }
 
-// The increments of a moving leg of n slices towards next.
-void lf_setLeg(Act& act, const Sample& next, int32_t n) {
-    act.stepLat = (next.latitude - act.latitude) / n;
-    act.stepLon = (next.longitude - act.longitude) / n;
-    const double turn = gf_angleDiff(act.heading, act.targetHeading);
-    const double rate = act.onGround ? act.turnRate : kAirTurnRate;
-    const double turnSlices = std::clamp(std::ceil(std::fabs(turn) / rate), 1.0, static_cast<double>(n));
-    act.stepHeading = turn / turnSlices;
-    act.turnLeft = std::fabs(turn) * kRadToDeg;
-    act.turning = act.turnLeft > 0.0;
-    if (act.onGround) {
-        act.stepAlt = 0.0;
-        act.stepPitch = ((act.staticPitch != 0.0 ? act.staticPitch : kGroundPitch) - act.pitch) / n;
-        act.stepBank = -act.bank / n;
-        act.legVerticalSpeed = 0.0;
-        act.legAirspeed = lf_legSpeed(act);
+// The duration of a leg in the air: its length at its speed.
+void lf_scheduleAirLeg(Act& act) {
+    const Sample& head = act.stream[0];
+    const Sample& next = act.stream[1];
+    if (next.stopped) {
+        if (act.category == ModelCategory::Rotorcraft) gf_scheduleGroundLeg(act);
         return;
     }
-    act.stepAlt = (next.altitude - act.altitude) / n;
-    act.legVerticalSpeed = act.stepAlt * 6000.0;  // feet per slice to feet per minute
-    act.legAirspeed = (act.stream[0].airspeed + next.airspeed) / 2.0;
-    act.stepPitch = (gf_airPitch(act.legVerticalSpeed) - act.pitch) / n;
-    act.stepBank = (next.bank.value_or(0.0) - act.bank) / n;
+    const double d = gf_distanceNm(gf_at(head), gf_at(next));
+    double speed = gf_legSpeed(act);
+    if (act.onApproach && !next.airborne) speed = head.groundSpeed > 0.0 ? head.groundSpeed : kApproachSpeedKt;
+    const auto duration = static_cast<int32_t>(std::lround(d * kSlicesPerHour / speed));
+    gf_clampSchedule(act, std::max(kSmallestLegSlices, duration));
 }
 
 // The leg from the present position to next begins; the head is taken off.
 void lf_startLeg(Act& act) {
     auto& stream = act.stream;
-    act.curveStart = act.curveStop = act.curveCtrlX = act.curveCtrlY = std::nan("");
-    act.curveIndex = 0.0;
-    Sample& next = stream[1];
-    if (!next.stopped && next.latitude == stream[0].latitude && next.longitude == stream[0].longitude)
-        next.stopped = true;
-    if (!next.stopped) act.targetHeading = gf_bearing(lf_pos(stream[0]), lf_pos(next));
-    // Where a leg leaves or reaches the ground; touchdown and rotation in their full form belong to the
-    // landing and the take-off.
-    const bool groundLeg = !stream[0].airborne && !next.airborne;
-    if (groundLeg && !act.onGround) {
-        act.onGround = true;
-        if (act.phase == ActPhase::Airborne) act.phase = ActPhase::Taxi;
-    } else if (next.airborne && act.onGround) {
-        act.onGround = false;
-        act.phase = ActPhase::Airborne;
+    gf_clearCurve(act);
+    {
+        Sample& next = stream[1];
+        if (!next.stopped && next.latitude == stream[0].latitude && next.longitude == stream[0].longitude)
+            next.stopped = true;
+        if (!next.stopped) act.targetHeading = gf_bearing(gf_at(stream[0]), gf_at(next));
     }
-    if (act.onGround || !next.stopped || act.category == ModelCategory::Rotorcraft) lf_scheduleLeg(act);
+    if (act.onGround)
+        gf_planGroundLeg(act);
+    else
+        lf_scheduleAirLeg(act);
+    if (act.state != ActState::Live || stream.size() < 2) return;
+    const Sample& next = stream[1];
     if (next.stopped) {
-        act.stepLat = act.stepLon = act.stepAlt = 0.0;
+        act.stepLat = act.stepLon = 0.0;
         if (!act.rollOut && !act.departing) gf_shrinkSlack(act);
     } else {
-        lf_setLeg(act, next, std::max(kSmallestLegSlices, next.dueTick - engine.slice));
+        const int32_t n = std::max(kSmallestLegSlices, next.dueTick - engine.slice);
+        act.stepLat = (next.latitude - act.latitude) / n;
+        act.stepLon = (next.longitude - act.longitude) / n;
+        if (act.onGround)
+            gf_setGroundLeg(act);
+        else
+            gf_setAirLeg(act, n);
     }
     stream.pop_front();
 }
@@ -187,34 +206,57 @@ void lf_nextLeg(Act& act) {
     }
     lf_startLeg(act);
 }
-
-void lf_stepAct(Act& act) {
-    act.latitude += act.stepLat;
-    act.longitude += act.stepLon;
-    act.altitude = std::max(0.0, act.altitude + act.stepAlt);
-    if (act.turning) {
-        act.heading = std::fmod(act.heading + act.stepHeading + kTwoPi, kTwoPi);
-        act.turnLeft -= std::fabs(act.stepHeading) * kRadToDeg;
-        if (act.turnLeft <= 1e-9) {
-            act.heading = act.targetHeading;
-            act.turning = false;
-            act.turnLeft = 0.0;
-        }
-    }
-    act.pitch += act.stepPitch;
-    act.bank += act.stepBank;
-}
 }  // namespace
 
-void gf_openSlack(Act& act) {
-    act.extrapolation = 0;
+double gf_wrapAngle(double radians) {
+    double a = std::fmod(radians, kTwoPi);
+    if (a < 0.0) a += kTwoPi;
+    return a;
+}
+
+double gf_legSpeed(const Act& act) {
+    const Sample& head = act.stream[0];
+    const Sample& next = act.stream[1];
+    const double mean = (head.groundSpeed + next.groundSpeed) / 2.0;
+    if (mean > 0.0) return mean;
+    const double d = gf_distanceNm(gf_at(head), gf_at(next));
+    const double slices = std::max<double>(next.dueTick - head.dueTick, kSmallestLegSlices);
+    return std::max(1.0, d * kSlicesPerHour / slices);
+}
+
+void gf_clampSchedule(Act& act, int32_t duration) {
+    Sample& next = act.stream[1];
+    int32_t t = engine.slice + duration;
+    if (act.extrapolation <= 0 && !next.stopped) {
+        // Timed by length alone, a leg keeps whatever lead or lag the aircraft has (the seconds its
+        // creation took, a taxi slower than the real one) for the rest of its flight. Each leg works it
+        // off, its length in time changed by no more than a quarter, so the aircraft comes back to 30 s
+        // behind the real one within a few legs and without a surge.
+        const int32_t most = duration / kCatchUpShareOf;
+        t += std::clamp(next.dueTick - t, -most, most);
+    }
+    if (act.extrapolation <= 0) {
+        if (t > next.dueTick + act.lateSlack)
+            t = next.dueTick + act.lateSlack;
+        else
+            t = std::max(t, next.dueTick - act.earlySlack);
+    }
+    next.dueTick = std::max(t, engine.slice);
+}
+
+void gf_widenSlack(Act& act) {
     act.earlySlack = kOpenSlack;
     act.lateSlack = act.departing ? kOpenLateSlackDeparting : kOpenSlack;
 }
 
+void gf_openSlack(Act& act) {
+    act.extrapolation = 0;
+    gf_widenSlack(act);
+}
+
 void gf_shrinkSlack(Act& act) {
-    act.earlySlack = std::max(kNarrowSlack, act.earlySlack > kNarrowSlack ? act.earlySlack - 100 : act.earlySlack);
-    act.lateSlack = std::max(kNarrowSlack, act.lateSlack > kNarrowSlack ? act.lateSlack - 100 : act.lateSlack);
+    if (act.earlySlack > kNarrowSlack) act.earlySlack = std::max(kNarrowSlack, act.earlySlack - 100);
+    if (act.lateSlack > kNarrowSlack) act.lateSlack = std::max(kNarrowSlack, act.lateSlack - 100);
 }
 
 double gf_airPitch(double verticalSpeedFpm) {
@@ -226,7 +268,7 @@ double gf_airPitch(double verticalSpeedFpm) {
     return kAirPitchBase - v / 600.0 * 2.2 * kDegToRad;
 }
 
-bool gf_anyAircraftLanding() { return false; }
+bool gf_anyAircraftLanding() { return engine.flareActive; }
 
 void gf_moveAircraft() {
     if (engine.removeAllRequested.exchange(false)) gf_removeAllLive();
@@ -244,7 +286,7 @@ void gf_moveAircraft() {
             act.trueAirspeed = act.stream.front().stopped ? 0.0 : act.legAirspeed;
         }
         if (act.state != ActState::Live) continue;
-        if (!act.stream.front().stopped) lf_stepAct(act);
+        if (!act.stream.front().stopped) gf_stepAct(act);
         gf_pushPosition({act.latitude, act.longitude, act.pitch, act.bank, act.heading, act.altitude,
                          act.verticalSpeedFps, act.trueAirspeed, act.objectId});
         ++engine.positionsSent;

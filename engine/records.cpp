@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "common/geo.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
 #include "frame/core/params.h"
@@ -98,8 +99,9 @@ std::string gf_acLabel(const AcBase& ac) {
 bool gf_logAircraft() { return LOG.current.load(); }
 
 void gf_removeAct(ParkedAc& ac) {
-    // The stand table of the park airport keeps its own occupiedLive flag; the parking side clears it
-    // when it sees the record in Removing.
+    // A live aircraft frees its stand at once: a newcomer may take it while this one is being removed.
+    if (ac.hexid > kParkedSerialLimit && ac.sid != 0)
+        if (Stand* stand = gf_standOfId(ac.sid)) stand->occupiedLive = false;
     ac.state = ActState::Removing;
     if (ac.objectId != 0)
         engine.removalQueue.push_back(ac.objectId);

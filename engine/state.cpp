@@ -27,6 +27,7 @@ void gf_clearEngineTables() {
     engine.removeAllRequested = false;
     engine.lastUserCheckLat = 0.0;
     engine.lastUserCheckLon = 0.0;
+    engine.flareActive = false;
     std::lock_guard lock(simQueues.eventLock);
     simQueues.delayList.clear();
 }

@@ -33,7 +33,8 @@ struct EngineState {
     std::unordered_set<uint32_t> unknownModels;  // hexids whose model the database could not give: refused at once
     std::string parkIata;  // IATA code of the park airport, empty when none; written by the park airport tracking
 
-    int32_t slice = 0;  // S of the slice in progress; set by the frame at the start of each slice
+    bool flareActive = false;  // some aircraft is in its flare: the scan of aircraft in range runs every 20 slices
+    int32_t slice = 0;         // S of the slice in progress; set by the frame at the start of each slice
 
     // The user position of the last check of the user on the ground against the parked aircraft,
     // degrees: a user standing still does not check them again, so one created next to him stays.

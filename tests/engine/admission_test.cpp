@@ -139,6 +139,26 @@ TEST_F(AdmissionTest, EachRuleHasItsEffectInItsOrder) {
         {"2: airborne, more than 1 s before due", [](Act&) { engine.slice = kDue - 101; }, Effect::Wait},
         {"2: rolling on the ground, 3 s before due", [&](Act& a) { onGround(a, 20.0), engine.slice = kDue - 300; },
          Effect::Placed, [](const Act& a) { EXPECT_EQ(a.phase, ActPhase::Taxi); }},
+        {"15: on the runway at 140 kt and slowing: just landed",
+         [&](Act& a) {
+             onGround(a, 140.0);
+             a.stream.back().groundSpeed = 120.0;
+             engine.slice = kDue - 300;
+         },
+         Effect::Placed,
+         [](const Act& a) {
+             EXPECT_EQ(a.phase, ActPhase::Taxi);
+             EXPECT_TRUE(a.rollOut);
+             EXPECT_TRUE(a.landedHere);
+             EXPECT_DOUBLE_EQ(a.touchdownHeading, a.heading);
+         }},
+        {"15: on the runway at 140 kt and faster: no roll-out",
+         [&](Act& a) {
+             onGround(a, 140.0);
+             a.stream.back().groundSpeed = 150.0;
+             engine.slice = kDue - 300;
+         },
+         Effect::Placed, [](const Act& a) { EXPECT_FALSE(a.rollOut); }},
         {"2: standing on the ground, 3 s before due", [&](Act& a) { onGround(a, 0.0), engine.slice = kDue - 300; },
          Effect::Wait},
         {"3: one sample, no first leg", [](Act& a) { a.stream.resize(1); }, Effect::Drop},

@@ -90,6 +90,43 @@ TEST_F(IntakeTest, StillBoxOnTheGroundMakesAStop) {
     EXPECT_EQ(act.stream[1].dueTick, 3001);
 }
 
+// A standing aircraft sets off as late as reaching its first moving sample at that sample's speed allows,
+// so it leaves 30 s after the real one; never before the present slice.
+TEST_F(IntakeTest, StopEndsWhenTheRealAircraftSetOff) {
+    struct Case {
+        const char* what;
+        int32_t sampleDue;
+        double knots;
+        int32_t headDue;
+    };
+    constexpr double kNorthDeg = 0.0009;  // about 100 m: 0.054 nm, 1944 slices at 10 kt
+    const int32_t lead = static_cast<int32_t>(gf_distanceNm({47.40, 8.60}, {47.40 + kNorthDeg, 8.60}) * 36000.0);
+    const Case cases[] = {
+        {"sets off a leg's time before the sample", 20000, 10.0, 20000 - lead},
+        {"a slow sample: timed at 5 kt", 20000, 2.0, 20000 - 2 * lead},
+        {"the real one set off long ago: at once", 4000, 10.0, 3001},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        gf_clearEngineTables();
+        engine.slice = 3000;
+        TrafficRecord r = record(kHex, 1000.0, 3300);  // stands, a made-up stop of 3 s
+        r.airborne = false;
+        r.altitude = r.groundSpeed = 0.0;
+        Act& act = liveAct(r, ActPhase::Taxi);
+        act.stream.front().stopped = true;
+        TrafficRecord moving = r;
+        moving.timestamp += 20.0;
+        moving.dueTick = c.sampleDue;
+        moving.latitude += kNorthDeg;
+        moving.groundSpeed = c.knots;
+        gf_offerLiveSample(moving);
+        ASSERT_EQ(act.stream.size(), 2u);
+        EXPECT_NEAR(act.stream.front().dueTick, c.headDue, 1);
+        EXPECT_EQ(act.stream.front().groundSpeed, c.knots);
+    }
+}
+
 TEST_F(IntakeTest, NewAircraftOnlyOutsideTheFieldBandAndOncePerCallsign) {
     gf_setParkAirport(47.46, 8.55, 4950.0);
     TrafficRecord r = record(kHex, 1000.0, 3000);

@@ -26,8 +26,9 @@ protected:
         return simQueues.outboundPositions[1 - simQueues.filling];
     }
     // A sample `nm` east of the first record at 47.4 N, due at `due`.
-    static TrafficRecord eastOf(double nm, double altitude, int32_t due) {
+    static TrafficRecord eastOf(double nm, double altitude, int32_t due, double verticalSpeed = 0.0) {
         TrafficRecord r = record(kHex, 1000.0 + due / 100.0, due);
+        r.verticalSpeed = verticalSpeed;
         r.longitude = gf_destinationPoint({r.latitude, r.longitude}, kPi / 2.0, nm * 6076.11549).lon;
         r.altitude = altitude;
         return r;
@@ -35,12 +36,13 @@ protected:
 };
 
 TEST_F(MotionTest, AirborneAircraftReachesEachSampleAtItsDueSlice) {
-    // 200 kt for 10 s is 0.5556 nm: the legs fit their schedule.
+    // 200 kt for 10 s is 0.5556 nm: the legs fit their schedule. The climb of 3000 ft/min is within an
+    // airliner's rate.
     Act& act = liveAct(record(kHex, 1000.0, 0), ActPhase::Airborne, kObject);
     act.heading = kPi / 2.0;
-    act.stream.push_back(gf_sampleOf(eastOf(0.5556, 6000.0, 1000)));
-    act.stream.push_back(gf_sampleOf(eastOf(1.1111, 6000.0, 2000)));
-    const TrafficRecord first = eastOf(0.5556, 6000.0, 1000);
+    act.stream.push_back(gf_sampleOf(eastOf(0.5556, 5500.0, 1000, 3000.0)));
+    act.stream.push_back(gf_sampleOf(eastOf(1.1111, 6000.0, 2000, 3000.0)));
+    const TrafficRecord first = eastOf(0.5556, 5500.0, 1000);
     std::vector<double> longitudes;
     for (int s = 0; s <= 1000; ++s) {
         runSlice();
@@ -51,21 +53,22 @@ TEST_F(MotionTest, AirborneAircraftReachesEachSampleAtItsDueSlice) {
         if (s == 500) {
             // Half way along the first leg: half way in position and in height.
             EXPECT_NEAR(sent[0].longitude, (8.60 + first.longitude) / 2.0, 2e-5);
-            EXPECT_NEAR(sent[0].altitude, 5500.0, 10.0);
+            EXPECT_NEAR(sent[0].altitude, 5250.0, 10.0);
             EXPECT_NEAR(sent[0].heading, kPi / 2.0, 0.01);
             EXPECT_NEAR(sent[0].trueAirspeed, 210.0, 1e-9);
-            EXPECT_NEAR(sent[0].verticalSpeed, 1000.0 / 10.0, 2.0);  // feet per second
+            EXPECT_NEAR(sent[0].verticalSpeed, 3000.0 / 60.0, 2.0);  // feet per second
             EXPECT_LT(sent[0].pitch, 0.0);                           // climbing: nose up
         }
     }
     EXPECT_NEAR(engine.active[0].longitude, first.longitude, 2e-5);
-    EXPECT_NEAR(engine.active[0].altitude, 6000.0, 1.0);
+    EXPECT_NEAR(engine.active[0].altitude, 5500.0, 1.0);
     for (size_t i = 1; i < longitudes.size(); ++i) EXPECT_GE(longitudes[i], longitudes[i - 1]);
 }
 
 // When the samples end in the air the aircraft flies on for 8 made-up legs, slowing down, then goes.
 TEST_F(MotionTest, AircraftWhoseDataEndFliesOnThenIsRemoved) {
     Act& act = liveAct(record(kHex, 1000.0, 0), ActPhase::Airborne, kObject);
+    act.heading = kPi / 2.0;
     act.stream.push_back(gf_sampleOf(eastOf(0.5556, 5000.0, 1000)));
     runSlices(1001);
     EXPECT_EQ(engine.active[0].state, ActState::Live);

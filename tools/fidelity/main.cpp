@@ -175,6 +175,7 @@ int main(int argc, char** argv) {
 
     harness::Options options = harness::gf_zurichOptions(ZARK_SOURCE_DIR, ZARK_BINARY_DIR);
     options.sim.trackIntervalMs = 0;  // every position the program sets: jumps show between two of them
+    options.liveriesFile = false;     // a generic livery for every type: every recorded flight is shown
     const std::vector<fidelity::Stand> stands =
         fidelity::gf_readStands(fs::path(ZARK_SOURCE_DIR) / "data" / "tracks" / "LSZH_stands.csv");
     harness::Harness h(options);

@@ -94,6 +94,8 @@ std::vector<Stand> gf_readStands(const std::filesystem::path& csv) {
         if (!std::getline(fields, name, ',') || !std::getline(fields, lat, ',') || !std::getline(fields, lon, ',') ||
             !std::getline(fields, heading, ','))
             continue;
+        // A name met twice keeps its first row, as the harness's stand table does.
+        if (std::any_of(stands.begin(), stands.end(), [&](const Stand& s) { return s.name == name; })) continue;
         try {
             stands.push_back({name, {std::stod(lat), std::stod(lon)}, std::stod(heading)});
         } catch (const std::exception&) {

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <set>
 
+#include "airports/state.h"
+#include "engine/state.h"
 #include "frame/core/folders.h"
 #include "frame/core/params.h"
 #include "frame/core/runstate.h"
@@ -17,6 +19,7 @@
 #include "service/traffic.h"
 #include "simlink/state.h"
 #include "simlink/user.h"
+#include "tools/common/csv.h"
 
 namespace harness {
 namespace fs = std::filesystem;
@@ -55,8 +58,70 @@ void lf_genericLiveries(const tdbl::Scenario& traffic, const std::vector<std::st
 }
 }  // namespace
 
+size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS) {
+    constexpr size_t kFrozenRun = 10;  // points with the very same speed and track: frozen
+    auto& pts = flight.points;
+    std::vector<bool> frozen(pts.size(), false);
+    for (size_t i = 0; i < pts.size();) {
+        size_t j = i + 1;
+        while (j < pts.size() && pts[j].groundSpeedKt == pts[i].groundSpeedKt && pts[j].trackDeg == pts[i].trackDeg)
+            ++j;
+        if (j - i >= kFrozenRun)
+            for (size_t k = i; k < j; ++k) frozen[k] = pts[k].onGround == 1;
+        i = j;
+    }
+    // A recording without any velocity is mended the same way.
+    for (size_t k = 0; k < pts.size(); ++k) frozen[k] = frozen[k] || std::isnan(pts[k].groundSpeedKt);
+    size_t mended = 0;
+    const std::vector<tdbl::TrackPoint> original = pts;
+    for (size_t i = 0; i < pts.size(); ++i) {
+        if (!frozen[i]) continue;
+        size_t a = i, b = i;
+        while (a > 0 && original[i].t - original[a - 1].t <= windowS / 2.0) --a;
+        while (b + 1 < original.size() && original[b + 1].t - original[i].t <= windowS / 2.0) ++b;
+        const double dt = original[b].t - original[a].t;
+        if (dt <= 0.0) continue;
+        const LatLon from{original[a].lat, original[a].lon}, to{original[b].lat, original[b].lon};
+        const double nm = gf_distanceNm(from, to);
+        pts[i].groundSpeedKt = nm / (dt / 3600.0);
+        if (nm > 0.0) pts[i].trackDeg = gf_bearing(from, to) * kRadToDeg;
+        ++mended;
+    }
+    return mended;
+}
+
+void gf_loadStandTable(const fs::path& csv) {
+    constexpr double kDefaultRadiusM = 20.0;
+    airports.stands.clear();
+    std::set<std::string> seen;
+    for (const datacsv::Row& row : datacsv::readCsv(csv)) {
+        const auto field = [&](const char* name) {
+            const auto it = row.find(name);
+            return it == row.end() ? std::string() : it->second;
+        };
+        const std::string name = field("name");
+        if (name.empty() || !seen.insert(name).second) continue;
+        Stand stand;
+        stand.name = name;
+        try {
+            stand.latitude = std::stod(field("lat"));
+            stand.longitude = std::stod(field("lon"));
+            stand.heading = std::stod(field("heading_deg")) * kDegToRad;
+            const std::string radius = field("radius_m");
+            stand.radius = (radius.empty() ? kDefaultRadiusM : std::stod(radius)) * kMetresToNm;
+        } catch (const std::exception&) {
+            continue;  // a stand without a position or heading is no stand
+        }
+        stand.cargo = field("kind") == "cargo";
+        stand.heli = field("kind") == "heli";
+        airports.stands.push_back(std::move(stand));
+    }
+    gf_numberStands(airports.stands);
+}
+
 Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
     Options o;
+    o.standsCsv = sourceDir / "data" / "tracks" / "LSZH_stands.csv";
     o.install = binaryDir / "install";
     // The double knows the titles of the install's liveries file, which the scenario names relative to the
     // install folder.
@@ -66,6 +131,7 @@ Options gf_zurichOptions(const fs::path& sourceDir, const fs::path& binaryDir) {
         j["titlesFromLiveries"] = (o.install / j["titlesFromLiveries"].get<std::string>()).string();
     o.sim = simdouble::gf_parseScenario(j);
     o.traffic = tdbl::gf_zurichScenario(sourceDir);
+    for (tdbl::Flight& f : o.traffic.flights) gf_mendFrozenVelocity(f);
     return o;
 }
 
@@ -95,6 +161,11 @@ bool Harness::start() {
     if (options_.sim.titles.empty())
         for (const std::string& title : liveries.titleStore) options_.sim.titles.push_back(title);
     gf_setParkAirport(options_.parkAirport.lat, options_.parkAirport.lon, options_.parkElevationFt);
+    if (!options_.standsCsv.empty()) {
+        gf_loadStandTable(options_.standsCsv);
+        airports.parkIcao = "LSZH";
+        engine.parkIata = "ZRH";
+    }
 
     sim_ = std::make_unique<simdouble::SimDouble>(options_.sim);
     simEpochUtc_ = utcNow();

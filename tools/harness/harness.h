@@ -41,7 +41,17 @@ struct Options {
     std::vector<std::string> typesWithoutLivery;  // ... but not for these
     LatLon parkAirport{47.458056, 8.548056};      // Zurich; the ground filter and the field band use it
     double parkElevationFt = 1417.0;
+    // The park airport's stands (name,lat,lon,heading_deg,kind,...,radius_m,...), loaded as its stand table;
+    // empty: no stand table. A name met twice keeps its first row.
+    std::filesystem::path standsCsv;
 };
+// Some recordings freeze speed and track on the ground (the last airborne velocity repeated for minutes
+// while the position moves), others have none: there the speed and track are taken from the positions,
+// over `windowS`.
+// Returns how many points were mended.
+size_t gf_mendFrozenVelocity(tdbl::Flight& flight, double windowS = 8.0);
+// The stand table of the park airport from a stands CSV; radius_m, when absent, is 20 m.
+void gf_loadStandTable(const std::filesystem::path& csv);
 // The defaults above, read from the source tree and the build tree.
 Options gf_zurichOptions(const std::filesystem::path& sourceDir, const std::filesystem::path& binaryDir);
 

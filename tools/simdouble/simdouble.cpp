@@ -29,8 +29,10 @@ constexpr uint32_t kMaxPacketSize = 1024 * 1024 + 64;  // bytes: a client packet
 constexpr uint32_t kMaxByTypeRadius = 200000;          // metres, beyond it OUT_OF_BOUNDS
 constexpr double kFeetPerNm = 6076.11548556;
 constexpr double kMetresPerFoot = 0.3048;
-constexpr double kFullRange = 16383.0;   // the simulator's range of axis events
-constexpr double kOnGroundAglFt = 10.0;  // an AI object this close above the terrain stands on it
+constexpr double kFullRange = 16383.0;  // the simulator's range of axis events
+// An AI object whose reference point is this close above its standing height has its wheels on the ground
+// (the struts give a little).
+constexpr double kOnGroundMarginFt = 0.5;
 
 std::string lf_upper(std::string s) {
     for (char& c : s) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
@@ -635,7 +637,9 @@ struct SimDouble::Impl {
             }
             setVariable(*o, d, v);
         }
-        if (!o->isUser) o->onGround = o->altitude - sim.scenario_.fieldElevation <= kOnGroundAglFt;
+        if (!o->isUser)
+            o->onGround =
+                o->altitude - sim.scenario_.fieldElevation <= sim.scenario_.staticCgHeight + kOnGroundMarginFt;
         record(*o, false);
     }
 
