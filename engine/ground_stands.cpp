@@ -114,6 +114,7 @@ bool gf_tryParkAt(Act& act, bool wide) {
         gf_removeAct(other);
         break;
     }
+    gf_adjacentMakePlace(act, *stand);
     gf_clearStandForLive(act, *stand);
     gf_takeStand(act, *stand);
     stream.resize(1);

@@ -9,6 +9,7 @@
 #include "common/clock.h"
 #include "common/timeofweek.h"
 #include "engine/admission.h"
+#include "engine/collision.h"
 #include "engine/ground.h"
 #include "engine/records.h"
 #include "engine/state.h"
@@ -106,9 +107,30 @@ bool gf_standKeptFree(const Stand& stand) {
 }
 
 void gf_clearStandForLive(const Act& act, const Stand& stand) {
-    // The first record on the stand ends the walk; the stands next to it are the collision rules' matter.
+    // The first record on the stand ends the walk; on each stand next to it, the first parked aircraft
+    // whose span overlaps goes.
     for (size_t i = 0; i < engine.parked.size(); ++i)
         if (lf_parkedMakesPlace(stand.name, stand.sid, act, engine.parked[i])) break;
+    for (const uint32_t adjacentId : stand.adjacent)
+        for (size_t i = 0; i < engine.parked.size(); ++i)
+            if (lf_parkedAdjacentMakesPlace(adjacentId, act, stand, engine.parked[i])) break;
+}
+
+namespace {
+// A live aircraft on a stand next to `stand` whose span overlaps the newcomer's refuses it.
+bool lf_adjacentRefuses(const Act& newcomer, const Stand& stand) {
+    for (const uint32_t adjacentId : stand.adjacent)
+        for (const Act& other : engine.active)
+            if (&other != &newcomer && lf_adjacentRefusesNewcomer(adjacentId, newcomer, stand, other)) return true;
+    return false;
+}
+}  // namespace
+
+void gf_adjacentMakePlace(const Act& newcomer, const Stand& stand) {
+    for (const uint32_t adjacentId : stand.adjacent)
+        for (size_t i = 0; i < engine.active.size(); ++i)
+            if (&engine.active[i] != &newcomer && lf_adjacentMakesPlace(adjacentId, newcomer, stand, engine.active[i]))
+                break;
 }
 
 void gf_markCargoStand(const Act& act) {
@@ -151,7 +173,7 @@ bool gf_standRulesForLive(Act& act) {
         lf_taxi(act);
         return true;
     }
-    if (gf_standKeptFree(*stand) || !lf_claimsAllow(act, *stand)) {
+    if (gf_standKeptFree(*stand) || !lf_claimsAllow(act, *stand) || lf_adjacentRefuses(act, *stand)) {
         act.drop = true;
         return false;
     }

@@ -31,5 +31,7 @@ std::string gf_standName(uint32_t sid);
 bool gf_standKeptFree(const Stand& stand);
 // The parked aircraft on the stand make way for a live one.
 void gf_clearStandForLive(const Act& act, const Stand& stand);
+// An arrival takes `stand`: a live aircraft on a stand next to it whose span overlaps goes, the first found.
+void gf_adjacentMakePlace(const Act& newcomer, const Stand& stand);
 // A cargo aircraft on a stand not known as cargo marks it so, for the learned file.
 void gf_markCargoStand(const Act& act);
