@@ -147,9 +147,8 @@ void lf_toParkingPositions(const fs::path& path) {
     const WorkerCount counted;
     const std::string text = path.string();
     try {
-        std::string bytes;
-        if (!gf_bglReadBytes(path, bytes)) return;
-        const BglWords words = gf_bglWordsOf(bytes);
+        BglWords words;
+        if (!gf_bglReadWords(path, words)) return;
         ++addonScan.filesRead;
         gf_decodeBglAirports(words, text, [&](BglAirport& airport) { lf_processAirport(airport, text); });
     } catch (const std::exception& e) {

@@ -45,6 +45,8 @@ float gf_bglFloat(const BglWords& words, size_t n);  // word n as a 32-bit float
 
 // Bytes into words, the last one padded with zero bytes.
 BglWords gf_bglWordsOf(const std::string& bytes);
+// Reads a whole file as words; false when it does not open.
+bool gf_bglReadWords(const std::filesystem::path& path, BglWords& words);
 // Reads up to `limit` bytes of a file (all when 0); false when it does not open.
 bool gf_bglReadBytes(const std::filesystem::path& path, std::string& out, size_t limit = 0);
 // Quick filter: at least 15 bytes, sections, longer than the section table, one section of type 3. Reads

@@ -1,5 +1,6 @@
 // airports/bgl_read.cpp — a BGL file as words: bounds-checked access, the quick filter, the walk of the
 // airport sections, and the two packed texts (ICAO code, airport name).
+#include <bit>
 #include <cstring>
 #include <fstream>
 
@@ -38,7 +39,13 @@ float gf_bglFloat(const BglWords& words, size_t n) {
 
 BglWords gf_bglWordsOf(const std::string& bytes) {
     BglWords words((bytes.size() + 3) / 4, 0);
-    for (size_t b = 0; b < bytes.size(); ++b) words[b / 4] |= uint32_t{static_cast<uint8_t>(bytes[b])} << (8 * (b % 4));
+    if constexpr (std::endian::native == std::endian::little) {
+        // The file's byte order is the machine's: one copy, the tail already zero.
+        if (!bytes.empty()) std::memcpy(words.data(), bytes.data(), bytes.size());
+    } else {
+        for (size_t b = 0; b < bytes.size(); ++b)
+            words[b / 4] |= uint32_t{static_cast<uint8_t>(bytes[b])} << (8 * (b % 4));
+    }
     return words;
 }
 
@@ -56,21 +63,37 @@ bool gf_bglReadBytes(const fs::path& path, std::string& out, size_t limit) {
     return true;
 }
 
+bool gf_bglReadWords(const fs::path& path, BglWords& words) {
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    in.seekg(0, std::ios::end);
+    const std::streamoff length = in.tellg();
+    if (length < 0) return false;
+    in.seekg(0);
+    // Straight into the words: the zeros of the resize pad a last word the file fills only in part.
+    words.assign((static_cast<size_t>(length) + 3) / 4, 0);
+    in.read(reinterpret_cast<char*>(words.data()), length);
+    if constexpr (std::endian::native != std::endian::little)
+        for (uint32_t& w : words) w = (w >> 24) | ((w >> 8) & 0xFF00) | ((w << 8) & 0xFF0000) | (w << 24);
+    return true;
+}
+
 bool gf_bglHasAirports(const fs::path& path) {
+    // One read covers the header and the section table of nearly every file; a longer table is read again.
+    constexpr size_t kFirstRead = 4096;
     std::string head;
-    // Shorter than the header: no section table to look at.
-    if (!gf_bglReadBytes(path, head, kBglHeaderSize) || head.size() < kBglHeaderSize) return false;
-    const BglWords h = gf_bglWordsOf(head);
-    if (h[1] != kBglHeaderSize) return false;
-    const uint32_t sections = h[5];
+    if (!gf_bglReadBytes(path, head, kFirstRead) || head.size() < kBglHeaderSize) return false;
+    uint32_t headerSize, sections;
+    std::memcpy(&headerSize, head.data() + 4, 4);
+    std::memcpy(&sections, head.data() + 20, 4);
     // A count beyond what a real file holds is a damaged header: the table would not fit in 4 GB.
-    if (sections == 0 || sections > (1u << 24)) return false;
-    std::string table;
+    if (headerSize != kBglHeaderSize || sections == 0 || sections > (1u << 24)) return false;
     const size_t tableEnd = kBglHeaderSize + size_t{sections} * 20;
-    if (!gf_bglReadBytes(path, table, tableEnd + 1) || table.size() <= tableEnd) return false;
+    if (head.size() <= tableEnd && (!gf_bglReadBytes(path, head, tableEnd + 1) || head.size() <= tableEnd))
+        return false;  // the file must be longer than its table
     for (uint32_t s = 0; s < sections; ++s) {
         uint32_t type;
-        std::memcpy(&type, table.data() + kBglHeaderSize + size_t{s} * 20, sizeof type);
+        std::memcpy(&type, head.data() + kBglHeaderSize + size_t{s} * 20, sizeof type);
         if (type == kBglAirportSection) return true;
     }
     return false;

@@ -72,6 +72,7 @@ void lf_readParkings(size_t index, const BglWords& words, BglAirport& airport, B
                      const std::string& path) {
     const uint16_t count = gf_bglU16(words, index * 4 + 6);
     size_t e = index + 2;  // the first entry at byte 8
+    airport.data.stands.reserve(airport.data.stands.size() + count);
     for (uint16_t n = 0; n < count; ++n) {
         const uint32_t flags = gf_bglWord(words, e);
         const size_t length = (newForm ? 10 : 9) + (flags >> 24);  // and one word per airline code
