@@ -49,13 +49,24 @@ BglWords gf_bglWordsOf(const std::string& bytes) {
     return words;
 }
 
-bool gf_bglReadBytes(const fs::path& path, std::string& out, size_t limit) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
+namespace {
+
+// Opens a file for reading and tells its length in bytes; -1 when it does not open.
+std::streamoff lf_openSized(const fs::path& path, std::ifstream& in) {
+    in.open(path, std::ios::binary);
+    if (!in) return -1;
     in.seekg(0, std::ios::end);
     const std::streamoff length = in.tellg();
-    if (length < 0) return false;
     in.seekg(0);
+    return length;
+}
+
+}  // namespace
+
+bool gf_bglReadBytes(const fs::path& path, std::string& out, size_t limit) {
+    std::ifstream in;
+    const std::streamoff length = lf_openSized(path, in);
+    if (length < 0) return false;
     const size_t n = limit == 0 ? static_cast<size_t>(length) : std::min(limit, static_cast<size_t>(length));
     out.resize(n);
     in.read(out.data(), static_cast<std::streamsize>(n));
@@ -64,12 +75,9 @@ bool gf_bglReadBytes(const fs::path& path, std::string& out, size_t limit) {
 }
 
 bool gf_bglReadWords(const fs::path& path, BglWords& words) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) return false;
-    in.seekg(0, std::ios::end);
-    const std::streamoff length = in.tellg();
+    std::ifstream in;
+    const std::streamoff length = lf_openSized(path, in);
     if (length < 0) return false;
-    in.seekg(0);
     // Straight into the words: the zeros of the resize pad a last word the file fills only in part.
     words.assign((static_cast<size_t>(length) + 3) / 4, 0);
     in.read(reinterpret_cast<char*>(words.data()), length);
