@@ -253,6 +253,7 @@ bool gf_scanAddonAirports(bool automatic, std::vector<std::string> folders) {
     if (automatic) {
         lf_readSceneryCfg(folders);
         lf_readSceneryAddons(folders);
+        lf_readAddOnPackages(folders);
     }
     publisherScanLog = &gf_reportLine;
     try {

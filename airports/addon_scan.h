@@ -22,6 +22,8 @@ std::filesystem::path gf_simDataFolder();
 // Automatic mode: the active scenery areas of scenery.cfg, then the paths of scenery_add-ons.xml.
 void lf_readSceneryCfg(std::vector<std::string>& folders);
 void lf_readSceneryAddons(std::vector<std::string>& folders);
+// The Scenery components of the active add-on packages of both add-ons.cfg files (roaming, program data).
+void lf_readAddOnPackages(std::vector<std::string>& folders);
 // The folders of scenery.cfg's lines (the file's text, any encoding already turned to UTF-8).
 void lf_sceneryCfgFolders(const std::vector<std::string>& lines, std::vector<std::string>& folders);
 // A scenery path of the simulator's own (regions, tiles, world, cities, ...).

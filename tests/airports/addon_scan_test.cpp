@@ -117,11 +117,28 @@ TEST_F(AddonScanTest, SceneryListsOfTheSimulator) {
                   "[Area.005]\nACTIVE=true\nLOCAL=D:\\Sceneries\\ORBX\\EGLL");
     writeFile("programdata/scenery_add-ons.xml",
               "<SceneryAddons>\n  <Path>D:\\Packs\\LEAR\\scenery</Path>\n  <Layer>1</Layer>\n</SceneryAddons>\n");
+    // Packages: an active one with a scenery and an aircraft component, one switched off.
+    const std::string pack = (root_ / "packs" / "EDDM").string(), off = (root_ / "packs" / "Off").string();
+    writeFile("programdata/add-ons.cfg", "[Package.0]\nPATH=" + pack +
+                                             "\nTITLE=EDDM\nACTIVE=true\nREQUIRED=false\n\n"
+                                             "[Package.1]\nPATH=" +
+                                             off + "\nACTIVE=false\n");
+    writeFile("packs/EDDM/add-on.xml",
+              "<?xml version=\"1.0\"?><SimBase.Document Type=\"AddOnXml\" version=\"4,5\"><AddOn.Name>EDDM</AddOn.Name>"
+              "<AddOn.Component><Category>Scenery</Category><Path>Scenery\\EDDM</Path></AddOn.Component>"
+              "<AddOn.Component><Category>SimObjects</Category><Path>SimObjects</Path></AddOn.Component>"
+              "<AddOn.Component><Category>Scenery</Category><Path>D:\\Packs\\LEAR\\scenery</Path></AddOn.Component>"
+              "</SimBase.Document>");
+    writeFile("packs/Off/add-on.xml",
+              "<SimBase.Document><AddOn.Component><Category>Scenery</Category><Path>X</Path>"
+              "</AddOn.Component></SimBase.Document>");
     std::vector<std::string> folders;
     lf_readSceneryCfg(folders);
     lf_readSceneryAddons(folders);
+    lf_readAddOnPackages(folders);
     const std::vector<std::string> expected = {(fs::path(SIM_INSTALL_PATH.current) / "Addon Scenery\\LEAB").string(),
-                                               "D:\\Sceneries\\ORBX\\EGLL", "D:\\Packs\\LEAR\\scenery"};
+                                               "D:\\Sceneries\\ORBX\\EGLL", "D:\\Packs\\LEAR\\scenery",
+                                               (fs::path(pack) / "Scenery\\EDDM").string()};
     EXPECT_EQ(folders, expected);
     EXPECT_TRUE(logHas("2 scenery add-on paths found"));
     EXPECT_TRUE(logHas("1 scenery add-on paths found"));
