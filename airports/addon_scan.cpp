@@ -273,7 +273,8 @@ bool gf_scanAddonAirports(bool automatic, std::vector<std::string> folders) {
                            addonScan.generated.load()));
     lf_writeReport();
     gf_prepareOfflineLearning();
-    gf_invalidate(Band::Parameters);
+    gf_invalidate(Band::Status);      // the ORBX count's colour
+    gf_invalidate(Band::Parameters);  // the files in the folder for offline learning
     if (addonScan.linked > 0) gf_showMessage("Airports scan successful", true);
     return addonScan.linked > 0;
 }

@@ -32,7 +32,7 @@ void lf_emptyFolder(const fs::path& folder) {
     for (const fs::directory_entry& e : fs::directory_iterator(folder, ec)) fs::remove_all(e.path(), ec);
 }
 
-// Copies the files whose stock airport has a history; the number copied. `complete` stays true only when
+// Copies the files whose stock airport has a history; the number copied. `complete` is true when
 // every file was either copied or needs no learning.
 int32_t lf_copyForLearning(const std::vector<fs::path>& files, const char* failedFormat, const char* doneText,
                            bool& complete) {
@@ -53,7 +53,7 @@ int32_t lf_copyForLearning(const std::vector<fs::path>& files, const char* faile
         gf_logLine(fmt::format("{} copied to {}", file.string(), folders::toBeLearnedOffline.string()));
         ++copied;
     }
-    complete = complete && passed + copied == static_cast<int32_t>(files.size());
+    complete = passed + copied == static_cast<int32_t>(files.size());
     if (copied == 0) gf_logLine(doneText);
     return copied;
 }
@@ -67,11 +67,13 @@ void gf_prepareOfflineLearning() {
         lf_emptyFolder(folders::toBeLearnedOffline);
     else if (!orbx.empty())
         gf_makeFolder(folders::toBeLearnedOffline);
-    bool complete = true;
+    // The panel's flag speaks of the ORBX files, whose count it colours.
+    bool complete = true, thirdpartyComplete = true;
     int32_t copied = lf_copyForLearning(orbx, "failed to copy {} to {}",
                                         "All your ORBX airports are done, no off line learning needed.", complete);
-    copied += lf_copyForLearning(thirdparty, "\"{}\" failed to copy \"{}\"",
-                                 "All your third party airports are done, no off line learning needed.", complete);
+    copied +=
+        lf_copyForLearning(thirdparty, "\"{}\" failed to copy \"{}\"",
+                           "All your third party airports are done, no off line learning needed.", thirdpartyComplete);
     panel.addonScanComplete = complete;
     panel.tbloCount = copied;
     // Emptied only when neither list copied anything: a third-party pass without files to learn must not

@@ -54,7 +54,7 @@ TEST_F(AddonScanTest, LinksGeneratesAndReportsPerAirport) {
     bgl("LEAB_ADEP5_ARV187.bgl", "broken/cut.bgl", 3000);
     writeFile("broken/notes.txt", "not a scenery file");
 
-    EXPECT_TRUE(gf_scanAddonAirports(false, {"addons", "broken", "nowhere"}));
+    EXPECT_TRUE(gf_scanAddonAirports(false, {"addons", "broken", "nowhere", "broken/notes.txt"}));
 
     // Aerosoft's LEAB: linked, the archive knows more stands, nothing generated.
     EXPECT_EQ(readFile("airports/my_thirdparty/LEAB.txt"), "airports/archive/thirdparty/Aerosoft/LEAB.xml\n");
@@ -78,6 +78,7 @@ TEST_F(AddonScanTest, LinksGeneratesAndReportsPerAirport) {
         EXPECT_NE(r.find(line), std::string::npos) << line;
     EXPECT_EQ(r.find("statics"), std::string::npos);
     EXPECT_TRUE(logHas("nowhere does not exist, skipped!"));
+    EXPECT_TRUE(logHas("broken/notes.txt is not a folder name, skipped!"));
     EXPECT_TRUE(logHas("output/info/AirportsScanLog.txt written"));
 
     // Offline learning: only the generated LEAR has a history in the stock archive.
