@@ -179,7 +179,13 @@ void lf_scanFolder(const std::string& path) {
         ++addonScan.workers;
         std::packaged_task<void()> task([file] { lf_toParkingPositions(file); });
         futures.push_back(task.get_future());
-        std::thread(std::move(task)).detach();
+        try {
+            std::thread(std::move(task)).detach();
+        } catch (...) {
+            --addonScan.workers;  // no thread: the worker that never ran must not hold its place
+            futures.pop_back();
+            throw;
+        }
         if (static_cast<int32_t>(futures.size()) > limit) {
             try {
                 lf_collect(futures.front());
