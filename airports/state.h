@@ -4,9 +4,11 @@
 // process and survives a restart: gf_clearAirportTable() empties it.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <filesystem>
 #include <list>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -31,6 +33,19 @@ struct AirportsState {
     double lastTrackLon = 0.0;
 };
 extern AirportsState airports;  // defined in airports/state.cpp
+
+// The add-on airport scan: written by the scan's thread and its workers while it runs, idle otherwise.
+struct AddonScanState {
+    std::mutex reportLock;                  // guards `report`; taken by the workers
+    std::vector<std::string> report;        // lines of the scan report, written at the scan's end; reserved 2048
+    std::atomic<int32_t> workers{0};        // BGL workers running
+    std::atomic<int32_t> linked{0};         // airports linked to an archived file in this scan
+    std::atomic<int32_t> generated{0};      // airport files generated in this scan
+    std::atomic<int32_t> filesRead{0};      // BGL files with airports read in this scan (progress line)
+    std::atomic<int32_t> airportsFound{0};  // airports decoded in this scan
+    std::filesystem::path simDataOverride;  // tests and the demo: the folder of scenery.cfg; empty: the simulator's
+};
+extern AddonScanState addonScan;  // defined in airports/state.cpp
 
 // Back to the state of a fresh run (restart of a run, every test fixture): no park airport, no stands.
 void gf_resetAirports();

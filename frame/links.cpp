@@ -12,6 +12,7 @@
 #include <mutex>
 #include <thread>
 
+#include "airports/addon_scan.h"
 #include "airports/airport_table.h"
 #include "airports/park_list.h"
 #include "common/clock.h"
@@ -25,6 +26,7 @@
 #include "engine/records.h"
 #include "engine/state.h"
 #include "frame/core/errors.h"
+#include "frame/core/folders.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -402,7 +404,43 @@ void scanLiveries(bool scan) {
     gf_getLiveries(scan, LIG_AUTOMATIC.current, LIG_PRIORITIZE.current, folders);
     gf_logLine("-------------------------- liveries scan ends   --------------------------------\n");
 }
-void scanAirports() { lf_trace("scanAirports"); }
+// The add-on airport scan at the start of a run: its banners, the folders of a manual scan, and the request
+// switched off behind a scan that found something.
+void scanAirports() {
+    lf_trace("scanAirports");
+    const bool automatic = AFG_AUTOMATIC.current;
+    gf_showMessage("Scanning for addon airports ...", false);
+    gf_logLine(fmt::format("\n++++++++++++++++++++++++ airports scan {} starts +++++++++++++++++++++++++++++",
+                           automatic ? "automatic" : "manual"));
+    std::vector<std::string> folders;
+    if (!automatic) {
+        const std::string stock = runPaths.stockAirports.string();
+        for (const ParString& f : afolder) {
+            if (f.current.empty()) continue;
+            if (!stock.empty() && f.current.find(stock) != std::string::npos)
+                throw zel::UserErrorException(
+                    42, fmt::format("parameter {} points to stock airports instead of add-on airports!", f.name));
+            folders.push_back(f.current);
+        }
+        if (folders.empty())
+            throw zel::UserErrorException(49,
+                                          "Set afolder parameter(-s) to your add-on airports first, see Manual 6.1");
+    }
+    // The results of an earlier scan go: an add-on removed since must not keep its file.
+    for (const std::filesystem::path& folder : {folders::myOrbx, folders::myThirdparty}) {
+        gf_makeFolder(folder);
+        for (const std::filesystem::directory_entry& e : std::filesystem::directory_iterator(folder))
+            if (e.is_regular_file()) std::filesystem::remove(e.path());
+    }
+    if (gf_scanAddonAirports(automatic, folders)) {
+        SCAN_AIRPORTS.current = false;
+        gf_saveParameter(SCAN_AIRPORTS);
+        gf_setControlChecked(SCAN_AIRPORTS.controlId, false);
+    } else {
+        gf_showMessage("Warning: Scan has not found any add-on airports", true);
+    }
+    gf_logLine("-------------------------- airports scan ends    ----------------------------\n");
+}
 void forgetNoMatchAircraft() {
     lf_trace("forgetNoMatchAircraft");
     gf_clearNoMatch();

@@ -19,6 +19,11 @@ std::filesystem::path gf_documentsFolder() {
     return std::filesystem::current_path();
 }
 
+std::filesystem::path gf_programDataFolder() {
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data) return std::filesystem::path(data);
+    return gf_documentsFolder() / ".local" / "share";
+}
+
 // Linux has no registry: every key counts as absent.
 std::optional<std::string> gf_platformReadRegistry(const std::string&, const std::string&, RegistryHive) {
     return std::nullopt;
