@@ -289,3 +289,15 @@ std::string gf_newVersionsText() {
     if (items.empty()) return {};
     return fmt::format("New version{} for: {}", items.size() > 1 ? "s" : "", fmt::join(items, ", "));
 }
+
+void gf_checkVersionPressed() {
+    const std::string text = gf_newVersionsText();
+    if (text.empty()) {
+        gf_showMessagef(true, "{} is up to date", kProgramName);
+    } else {
+        DATA_CHECKED_AT_DATE.current.clear();
+        gf_saveParameter(DATA_CHECKED_AT_DATE);
+        gf_showMessagef(true, "{} ==> exit {} and restart ...", text, kProgramName);
+    }
+    gf_setControlEnabled(kCheckVersionButtonId, false);
+}

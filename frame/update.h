@@ -17,3 +17,7 @@ void gf_dailyDataCheck();
 
 // "New version{} for: {}" with what the server has newer; empty when all is up to date.
 std::string gf_newVersionsText();
+
+// The button "Check version", on the window thread: reports what is newer, and when something is, clears
+// DATA_CHECKED_AT_DATE so that the next start fetches it. The button is disabled behind it.
+void gf_checkVersionPressed();

@@ -7,6 +7,7 @@
 
 #include "frame/core/download.h"
 #include "frame/core/errors.h"
+#include "frame/core/message.h"
 #include "frame/core/params.h"
 #include "frame/core/zipreader.h"
 #include "frame/links.h"
@@ -218,12 +219,18 @@ TEST_F(UpdateTest, ANewProgramArrivesAsInstallerAndStopsTheRun) {
     EXPECT_TRUE(DATA_CHECKED_AT_DATE.current.empty());
 }
 
-TEST_F(UpdateTest, CheckVersionNamesWhatIsNewer) {
-    EXPECT_EQ(gf_newVersionsText(), "");
+TEST_F(UpdateTest, CheckVersionNamesWhatIsNewerAndLetsTheNextStartFetchIt) {
+    DATA_CHECKED_AT_DATE.current = "checked";
+    gf_checkVersionPressed();
+    EXPECT_EQ(gf_messageLine().message, "ZARK_P3D is up to date");
+    EXPECT_EQ(DATA_CHECKED_AT_DATE.current, "checked");
     DBASE_VERSION.current = "0.9.0";
     EXPECT_EQ(gf_newVersionsText(), "New version for: dbase (1.0.0)");
     ARCHIVE_VERSION.current = "21.3.0";
-    EXPECT_EQ(gf_newVersionsText(), "New versions for: dbase (1.0.0), archive (22.0.1)");
+    gf_checkVersionPressed();
+    EXPECT_EQ(gf_messageLine().message,
+              "New versions for: dbase (1.0.0), archive (22.0.1) ==> exit ZARK_P3D and restart ...");
+    EXPECT_TRUE(DATA_CHECKED_AT_DATE.current.empty());
 }
 
 TEST(UpdateText, DateAndEntryNames) {
