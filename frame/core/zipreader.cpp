@@ -3,7 +3,6 @@
 #include <cstdio>
 #include <memory>
 #include <system_error>
-#include <vector>
 
 #include <zip.h>
 
@@ -35,16 +34,16 @@ ZipRead ZipReader::lf_inflate(int64_t index, Sink&& sink) {
     std::unique_ptr<zip_file_t, int (*)(zip_file_t*)> entry(
         zip_fopen_index(archive_, static_cast<zip_uint64_t>(index), 0), zip_fclose);
     if (!entry) return ZipRead::Failed;
-    std::vector<char> chunk(0x80000);
+    if (chunk_.empty()) chunk_.resize(0x80000);
     uint64_t inflated = 0;
     for (;;) {
-        const zip_int64_t n = zip_fread(entry.get(), chunk.data(), chunk.size());
+        const zip_int64_t n = zip_fread(entry.get(), chunk_.data(), chunk_.size());
         if (n < 0) return ZipRead::Failed;
         if (n == 0) return ZipRead::Ok;
         inflated += static_cast<uint64_t>(n);
         total_ += static_cast<uint64_t>(n);
         if (inflated > limits_.entryBytes || total_ > limits_.totalBytes) return ZipRead::TooLarge;
-        if (!sink(chunk.data(), static_cast<size_t>(n))) return ZipRead::Failed;
+        if (!sink(chunk_.data(), static_cast<size_t>(n))) return ZipRead::Failed;
     }
 }
 

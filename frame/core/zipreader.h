@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 struct zip;
 
@@ -40,7 +41,8 @@ private:
     ZipRead lf_inflate(int64_t index, Sink&& sink);
     zip* archive_ = nullptr;
     ZipLimits limits_;
-    uint64_t total_ = 0;  // bytes inflated so far from this archive
+    uint64_t total_ = 0;       // bytes inflated so far from this archive
+    std::vector<char> chunk_;  // one read of 0x80000 bytes, made once per archive, not per entry
 };
 
 // True when an entry's name is a plain relative path that stays inside the folder it is unpacked into:
