@@ -32,10 +32,12 @@
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
 #include "frame/mainloop.h"
+#include "frame/update.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
 #include "liveries/liveries_file.h"
 #include "liveries/matching.h"
+#include "liveries/scramble.h"
 #include "parking/calculation.h"
 #include "service/client.h"
 #include "service/session.h"
@@ -477,8 +479,10 @@ void readAirportTable() {
 }
 void dailyDataCheck() {
     lf_trace("dailyDataCheck");
-    readDatabaseOnce();
+    gf_dailyDataCheck();
 }
+std::string publisherOf(const std::string& fileName) { return gf_publisherFromFileName(fileName); }
+std::string scrambleDateText(const std::string& text) { return gf_encodeRegcode(text); }
 
 }  // namespace links
 

@@ -104,6 +104,8 @@ void clearNotCreatedNames();
 // --- data at start ---
 void readDatabaseOnce();  // database and fixes, once per process
 void readAirportTable();
+std::string publisherOf(const std::string& fileName);   // of an archive entry; "unknown" when none fits
+std::string scrambleDateText(const std::string& text);  // the stored form of the date of the daily check
 void dailyDataCheck();
 
 }  // namespace links

@@ -25,7 +25,8 @@ done
 bash scripts/setup.sh
 jobs=$(nproc 2>/dev/null || echo 2)
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j"$jobs" --target ZARK_P3D simdouble trafficdouble_server zark_install_fixture fidelity
+cmake --build build -j"$jobs" --target ZARK_P3D simdouble trafficdouble_server updatedouble_server zark_install_fixture \
+  fidelity
 
 install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
@@ -40,6 +41,7 @@ export XDG_CONFIG_HOME="$install_dir/appdata"
 port_of() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1]); s.close()'; }
 sim_port=$(port_of)
 rt_port=$(port_of)
+upd_port=$(port_of)
 
 cat > "$install_dir/SimConnect.cfg" <<CFG
 [SimConnect]
@@ -52,6 +54,9 @@ cat > "$install_dir/appdata/ZARK_P3D/parameters.xml" <<XML
 <?xml version="1.0"?>
 <parameters>
 	<parameter name="SIM_INSTALL_PATH" value="$install_dir/Prepar3D v5" />
+	<parameter name="DBASE_VERSION" value="1.0.0" />
+	<parameter name="AIG_VERSION" value="1.0.0" />
+	<parameter name="ARCHIVE_VERSION" value="22.0.1" />
 </parameters>
 XML
 
@@ -59,6 +64,7 @@ cleanup() {
   [ -n "${zark_pid:-}" ] && kill "$zark_pid" 2>/dev/null || true
   [ -n "${sim_pid:-}" ] && kill "$sim_pid" 2>/dev/null || true
   [ -n "${rt_pid:-}" ] && kill "$rt_pid" 2>/dev/null || true
+  [ -n "${upd_pid:-}" ] && kill "$upd_pid" 2>/dev/null || true
 }
 trap cleanup EXIT
 
@@ -69,10 +75,16 @@ sim_pid=$!
 build/tools/trafficdouble/trafficdouble --port "$rt_port" --scenario data/tracks/LSZH_scenario.json \
   > "$install_dir/trafficdouble.out" 2>&1 &
 rt_pid=$!
+# The update server holds a newer database and newer registration codes; the archive is the one installed.
+mkdir -p "$install_dir/airports/archive/ORBX" "$install_dir/airports/archive/thirdparty"
+build/tools/updatedouble/updatedouble --root "$install_dir/update-server" --make-from build/install \
+  --dbase 1.0.1 --aig 1.0.1 --archive 22.0.1 --port "$upd_port" > "$install_dir/updatedouble.out" 2>&1 &
+upd_pid=$!
 sleep 1
 
 echo "== ZARK_P3D runs for $seconds s in $install_dir =="
-(cd "$install_dir" && ZARK_RT_URL="http://127.0.0.1:$rt_port" exec "$repo/build/ZARK_P3D") &
+(cd "$install_dir" && ZARK_RT_URL="http://127.0.0.1:$rt_port" \
+  ZARK_UPDATE_URL="http://127.0.0.1:$upd_port/downloads/" exec "$repo/build/ZARK_P3D") &
 zark_pid=$!
 sleep "$seconds"
 echo "== closing ZARK_P3D (close button) =="
@@ -84,6 +96,7 @@ zark_pid=""
 kill -INT "$sim_pid"; wait "$sim_pid" || true; sim_pid=""
 curl -s "http://127.0.0.1:$rt_port/control/requests" > "$install_dir/traffic-requests.json" || true
 kill "$rt_pid"; wait "$rt_pid" 2>/dev/null || true; rt_pid=""
+kill "$upd_pid"; wait "$upd_pid" 2>/dev/null || true; upd_pid=""
 
 # The fidelity table of the recorded flights (four hours of replay in process, a few seconds): the
 # summary takes its headline figures and counts its ground events beside the demo's own.

@@ -205,6 +205,10 @@ rows.append((f"park airports: {' -> '.join(park_airports) or 'none'}, left {left
              bool(park_airports) and (not flew or (left_airports >= 1 and len(park_airports) >= 2))))
 rows.append(("learned files saved: " + (", ".join(f"{p} ({n} update{'' if n == '1' else 's'})" for p, n in saves) or "none"),
              not flew or bool(saves)))
+# The daily check at the start: what came from the update server.
+updates = re.findall(r"^Downloading (\S+) version (\S+) \.\.\.$", log, re.M)
+updates += [("archive", v) for v in re.findall(r"^Archive has been updated to version (\S+)", log, re.M)]
+rows.append(("daily update: " + (", ".join(f"{p} {v}" for p, v in updates) or "nothing new"), bool(updates)))
 print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:
     print(f"  [{'ok' if ok else '--'}] {text}")

@@ -1,4 +1,5 @@
 #include "frame/core/core.h"
+#include "frame/core/download.h"
 #include "frame/core/folders.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -12,4 +13,5 @@ void gf_resetFrameCore() {
     gf_resetControls();
     gf_resetParameters();
     runPaths = RunPaths{};
+    gf_resetDownload();
 }

@@ -147,10 +147,11 @@ protected:
         std::this_thread::sleep_for(500ms);
         const std::string url = "ZARK_RT_URL=http://127.0.0.1:" + std::to_string(rtPort_);
         const std::string xdg = "XDG_CONFIG_HOME=" + (dir_ / "appdata").string();
+        const std::string noUpdates = "ZARK_UPDATE_URL=http://127.0.0.1:9/downloads/";  // nothing listens there
         if (windows_.empty())
-            program_ = lf_spawn(dir_, {zark.string()}, {url, xdg}, dir_ / "zark.out");
+            program_ = lf_spawn(dir_, {zark.string()}, {url, xdg, noUpdates}, dir_ / "zark.out");
         else
-            program_ = lf_spawn(dir_, {lf_wine(), zark.string()}, {url}, dir_ / "zark.out");
+            program_ = lf_spawn(dir_, {lf_wine(), zark.string()}, {url, noUpdates}, dir_ / "zark.out");
     }
     static std::string lf_wine() {
         const char* wine = std::getenv("WINE");

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "common/clock.h"
+#include "frame/core/download.h"
 #include "frame/core/log.h"
 #include "frame/frame.h"
 #include "frame/lifecycle.h"
@@ -31,6 +32,9 @@ void ZarkTest::SetUp() {
     gf_setRegistryOverride(nullptr);
     gf_useManualClock(nullptr);
     gf_resetAllSubsystems();
+    // No test reaches the real update server: nothing listens on this loopback port, so each check fails at
+    // once. The update tests point it at their double.
+    gf_setUpdateBaseUrl("http://127.0.0.1:9/downloads/");
     gf_setExitHandler([this](int reason, int seconds) { exitRequests_.emplace_back(reason, seconds); });
     gf_openLog("Log.txt");
 }

@@ -1,20 +1,14 @@
 // trafficdouble: the RealTraffic service double as a program, for the demo.
 //   trafficdouble [--port N] [--scenario file.json] [--rrl ms] [--wrrl ms]
 // Point the program at it with the environment variable ZARK_RT_URL=http://127.0.0.1:N
-#include <atomic>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <string>
-#include <thread>
 
+#include "tools/common/stopsignal.h"
 #include "tools/trafficdouble/double.h"
 
 namespace {
-std::atomic<bool> g_stop{false};
-void lf_onSignal(int) { g_stop = true; }
-
 int lf_usage() {
     std::fprintf(stderr, "usage: trafficdouble [--port N] [--scenario file.json] [--rrl ms] [--wrrl ms]\n");
     return 2;
@@ -48,9 +42,7 @@ int main(int argc, char** argv) {
         std::printf("trafficdouble: %zu recorded flights, listening on http://127.0.0.1:%d\n", flights, bound);
         std::printf("trafficdouble: set ZARK_RT_URL=http://127.0.0.1:%d for the program\n", bound);
         std::fflush(stdout);
-        std::signal(SIGINT, lf_onSignal);
-        std::signal(SIGTERM, lf_onSignal);
-        while (!g_stop) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        toolsig::waitForStopSignal();
         server.stop();
     } catch (const std::exception& e) {
         std::fprintf(stderr, "%s\n", e.what());
