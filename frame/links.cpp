@@ -24,6 +24,7 @@
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "frame/mainloop.h"
 #include "liveries/dbase.h"
 #include "liveries/fixes.h"
@@ -326,8 +327,7 @@ void resetParkingForRestart() { lf_trace("resetParkingForRestart"); }
 void setParkingControls(bool) { lf_trace("setParkingControls"); }
 
 // --- liveries ---
-// The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved
-// list like any other start, and the request stays ticked for the version that scans.
+// A scan that ran to its end is not asked for again; one the user stopped stays ticked for the next start.
 void scanLiveries(bool scan) {
     lf_trace("scanLiveries");
     std::vector<std::string> folders;
@@ -350,6 +350,11 @@ void scanLiveries(bool scan) {
         gf_logLine("\n++++++++++++++++++++++++ liveries scan starts ++++++++++++++++++++++++++++++++");
     }
     gf_getLiveries(scan, LIG_AUTOMATIC.current, LIG_PRIORITIZE.current, folders);
+    if (scan && !gf_exitFlagSet()) {
+        SCAN_LIVERIES.current = false;
+        gf_saveParameter(SCAN_LIVERIES);
+        gf_setControlChecked(SCAN_LIVERIES.controlId, false);
+    }
     gf_logLine("-------------------------- liveries scan ends   --------------------------------\n");
 }
 void scanAirports() { lf_trace("scanAirports"); }
