@@ -109,12 +109,15 @@ void lf_walk(Walk& w, const fs::path& dir, bool top) {
         std::string text;
         try {
             text = gf_pathText(entry.path());
-            std::error_code sec;
-            if (entry.is_regular_file(sec) && lf_isCandidate(entry.path())) lf_startJob(w, entry.path(), text);
-            if (entry.is_directory(sec) && text.find("airport") == std::string::npos && text.size() < kMaxWalkPathBytes)
+            // Links are followed: an entry whose target cannot be had (a loop, no rights) is reported.
+            const fs::file_status st = entry.status(ec);
+            if (ec) throw fs::filesystem_error("status", entry.path(), ec);
+            if (fs::is_regular_file(st) && lf_isCandidate(entry.path())) lf_startJob(w, entry.path(), text);
+            if (fs::is_directory(st) && text.find("airport") == std::string::npos && text.size() < kMaxWalkPathBytes)
                 lf_walk(w, entry.path(), false);
         } catch (const std::exception& e) {
             gf_logMarkf("liveries search in {} aborted, cause: {}", text, e.what());
+            ec.clear();
         }
     }
     if (ec)
