@@ -369,6 +369,7 @@ std::list<LiveryData> lf_liveriesOfLines(int32_t level, const std::vector<std::s
     if (model.empty()) return {};
     const fs::path folder = gf_utf8Path(path).parent_path();
     tl_pathCache.clear();
+    gf_forgetSimPaths();
     std::list<LiveryData> out;
     std::vector<std::string> section;
     const auto parse = [&] {

@@ -57,6 +57,8 @@ inline constexpr uintmax_t kMaxCfgBytes = 8u * 1024u * 1024u;
 // A path below `folder` as an aircraft.cfg names it: Windows rules, so "\" separates, a trailing dot
 // is dropped and letters match in any case. The existing entry, or empty when there is none.
 std::filesystem::path gf_findSimPath(const std::filesystem::path& folder, std::string_view relative);
+// Forgets the folder listings gf_findSimPath keeps on this thread (at the start of every file).
+void gf_forgetSimPaths();
 // The path as UTF-8 text, the way the scan's tests on paths see it.
 std::string gf_pathText(const std::filesystem::path& p);
 

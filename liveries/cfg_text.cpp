@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <system_error>
+#include <unordered_map>
 
 #include "liveries/aircraft_cfg.h"
 #include "platform/platform.h"
@@ -36,13 +37,6 @@ std::string_view lf_keyName(CfgKey key) {
         case CfgKey::AtcParkingCodes: return "atc_parking_codes";
     }
     return {};
-}
-
-bool lf_sameNoCase(std::string_view a, std::string_view b) {
-    if (a.size() != b.size()) return false;
-    for (size_t i = 0; i < a.size(); ++i)
-        if (lf_lower(a[i]) != lf_lower(b[i])) return false;
-    return true;
 }
 
 // Windows drops trailing dots and blanks of a name: "model." is the folder "model".
@@ -130,6 +124,32 @@ std::string gf_pathText(const fs::path& p) {
     return std::string(u.begin(), u.end());
 }
 
+namespace {
+
+// The entries of the folders a worker looked into for another case, lowered name -> name. A file's
+// sections name the same few folders, so each is listed once per file.
+thread_local std::unordered_map<std::string, std::unordered_map<std::string, fs::path>> tl_listings;
+
+std::string lf_loweredText(std::string_view s) {
+    std::string out(s);
+    for (char& c : out) c = lf_lower(c);
+    return out;
+}
+
+const std::unordered_map<std::string, fs::path>& lf_listing(const fs::path& folder) {
+    auto [it, added] = tl_listings.try_emplace(gf_pathText(folder));
+    if (added) {
+        std::error_code ec;
+        for (const fs::directory_entry& e : fs::directory_iterator(folder, ec))
+            it->second.emplace(lf_loweredText(gf_pathText(e.path().filename())), e.path());
+    }
+    return it->second;
+}
+
+}  // namespace
+
+void gf_forgetSimPaths() { tl_listings.clear(); }
+
 fs::path gf_findSimPath(const fs::path& folder, std::string_view relative) {
     fs::path at = folder;
     std::error_code ec;
@@ -141,14 +161,10 @@ fs::path gf_findSimPath(const fs::path& folder, std::string_view relative) {
         fs::path next = at / gf_utf8Path(name);
         if (!fs::exists(next, ec)) {
             // Another case of the same name is the same entry for the simulator.
-            next.clear();
-            for (const fs::directory_entry& e : fs::directory_iterator(at, ec)) {
-                if (lf_sameNoCase(gf_pathText(e.path().filename()), name)) {
-                    next = e.path();
-                    break;
-                }
-            }
-            if (next.empty()) return {};
+            const auto& listing = lf_listing(at);
+            const auto found = listing.find(lf_loweredText(name));
+            if (found == listing.end()) return {};
+            next = found->second;
         }
         at = std::move(next);
     }
