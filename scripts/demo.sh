@@ -4,15 +4,18 @@
 # standing at stand A15 of Zurich) and a traffic service replaying recorded Zurich flights.
 # It closes the program like the close button does and prints what happened.
 #   scripts/demo.sh [--seconds N]     (default 120)
+#   scripts/demo.sh --scan            the livery scan on a made-up Prepar3D installation instead
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
 
 seconds=120
+scan=0
 while [ $# -gt 0 ]; do
   case "$1" in
     --seconds) seconds="$2"; shift 2 ;;
-    *) echo "usage: scripts/demo.sh [--seconds N]" >&2; exit 2 ;;
+    --scan) scan=1; shift ;;
+    *) echo "usage: scripts/demo.sh [--seconds N] [--scan]" >&2; exit 2 ;;
   esac
 done
 
@@ -20,6 +23,14 @@ bash scripts/setup.sh
 jobs=$(nproc 2>/dev/null || echo 2)
 cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs" --target ZARK_P3D simdouble trafficdouble_server zark_install_fixture
+
+if [ "$scan" = 1 ]; then
+  # The scans on a made-up Prepar3D installation instead of the traffic run.
+  cmake --build build -j"$jobs" --target mkscantree
+  source scripts/demo_scan_liveries.sh
+  demo_scan_liveries "$repo" "$repo/build/demo-scan"
+  exit 0
+fi
 
 install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
