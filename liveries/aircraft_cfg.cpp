@@ -183,7 +183,7 @@ bool lf_sectionPathsExist(const SectionState& s, const fs::path& folder, bool mt
         {&model, true}, {mtl ? &air : &texture, !mtl}, {mtl ? &texture : &air, mtl}};
     for (const auto& [relative, directory] : order) {
         if (!lf_simPathIs(folder, *relative, directory)) {
-            lf_addIncomplete(s.folder + "/" + *relative + " " + s.head + " does not exist");
+            lf_addIncomplete(gf_pathText(folder / gf_utf8Path(*relative)) + " " + s.head + " does not exist");
             return false;
         }
     }

@@ -83,6 +83,7 @@ void lf_startJob(Walk& w, const fs::path& path, const std::string& text) {
     ++liveryScan.scanWorkers;
     ++liveryScan.filesFound;
     w.jobs.push_back(std::async(std::launch::async, [level = w.level, path, mtl] {
+        ThreadCount counted;  // a thread of the run while it lives, like every other
         WorkerSlot slot;
         return mtl ? lf_searchMtlLiveriesinFile(level, path) : lf_searchLiveriesinFile(level, path);
     }));
