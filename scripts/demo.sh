@@ -57,6 +57,7 @@ cat > "$install_dir/appdata/ZARK_P3D/parameters.xml" <<XML
 <?xml version="1.0"?>
 <parameters>
 	<parameter name="SIM_INSTALL_PATH" value="$install_dir/Prepar3D v5" />
+	<parameter name="SCAN_LIVERIES" value="false" />
 </parameters>
 XML
 
