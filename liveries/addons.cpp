@@ -146,7 +146,7 @@ void lf_addSimObjectsPath(std::string text, const fs::path& packageFolder, std::
     gf_logf("      Simobjects found:{}", text);
     fs::path p = gf_utf8Path(lf_localPathText(text));
     if (p.is_relative()) p = packageFolder / p;
-    out.push_back(gf_pathText(p));
+    out.push_back(gf_pathText(p.make_preferred()));
 }
 
 // The reading of a file that is no XML: the category on one line, its path on the next.
@@ -227,7 +227,8 @@ void lf_readSimObjectsCfg(std::vector<std::string>& folders) {
                     folders.push_back(text);
                 } else if (!std::any_of(std::begin(kStockCategories), std::end(kStockCategories),
                                         [&](const char* c) { return line.find(c) != std::string::npos; })) {
-                    folders.push_back(gf_pathText(gf_utf8Path(SIM_INSTALL_PATH.current) / gf_utf8Path(text)));
+                    folders.push_back(
+                        gf_pathText((gf_utf8Path(SIM_INSTALL_PATH.current) / gf_utf8Path(text)).make_preferred()));
                 }
             }
         }

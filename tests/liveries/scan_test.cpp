@@ -7,6 +7,7 @@
 #include <fstream>
 #include <regex>
 
+#include "frame/core/message.h"
 #include "frame/core/runstate.h"
 #include "liveries/aircraft_cfg.h"
 #include "liveries/liveries_file.h"
@@ -194,6 +195,7 @@ TEST_F(CfgRuleTest, Utf16FilesAreReadAndBrokenOnesReported) {
     lf_scanFolder(1, root_ / "sim");
     EXPECT_THAT(lf_texts(liveries.liveryList), ElementsAre("AAL B738 T0  0"));
     EXPECT_THAT(scanLists.invalidCfgFiles.lines, ElementsAre(HasSubstr("is a UTF-16 file with invalid characters")));
+    EXPECT_EQ(gf_messageLine().message, "Scanning for liveries ... 2 of 2 files");
 }
 
 TEST_F(CfgRuleTest, AHugeFileThatIsNoAircraftCfgIsReportedAndTheScanGoesOn) {
