@@ -82,11 +82,18 @@ void lf_startJob(Walk& w, const fs::path& path, const std::string& text) {
     const bool mtl = text.find("ivao_x-csl") != std::string::npos || text.find("IVAO_MTL") != std::string::npos;
     ++liveryScan.scanWorkers;
     ++liveryScan.filesFound;
-    w.jobs.push_back(std::async(std::launch::async, [level = w.level, path, mtl] {
-        ThreadCount counted;  // a thread of the run while it lives, like every other
-        WorkerSlot slot;
-        return mtl ? lf_searchMtlLiveriesinFile(level, path) : lf_searchLiveriesinFile(level, path);
-    }));
+    try {
+        w.jobs.push_back(std::async(std::launch::async, [level = w.level, path, mtl] {
+            ThreadCount counted;  // a thread of the run while it lives, like every other
+            WorkerSlot slot;
+            return mtl ? lf_searchMtlLiveriesinFile(level, path) : lf_searchLiveriesinFile(level, path);
+        }));
+    } catch (...) {
+        // No thread: nobody gives the place back.
+        --liveryScan.scanWorkers;
+        --liveryScan.filesFound;
+        throw;
+    }
     while (w.jobs.size() > w.limit) lf_takeJob(w, "inner");
 }
 
