@@ -31,6 +31,7 @@
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
+#include "frame/core/runstate.h"
 #include "frame/mainloop.h"
 #include "frame/update.h"
 #include "liveries/dbase.h"
@@ -380,8 +381,7 @@ void setParkingControls(bool enabled) {
 }
 
 // --- liveries ---
-// The aircraft.cfg scan is not part of this version: a scan asked for shows its texts and reads the saved
-// list like any other start, and the request stays ticked for the version that scans.
+// A scan that ran to its end is not asked for again; one the user stopped stays ticked for the next start.
 void scanLiveries(bool scan) {
     lf_trace("scanLiveries");
     std::vector<std::string> folders;
@@ -404,6 +404,11 @@ void scanLiveries(bool scan) {
         gf_logLine("\n++++++++++++++++++++++++ liveries scan starts ++++++++++++++++++++++++++++++++");
     }
     gf_getLiveries(scan, LIG_AUTOMATIC.current, LIG_PRIORITIZE.current, folders);
+    if (scan && !gf_exitFlagSet()) {
+        SCAN_LIVERIES.current = false;
+        gf_saveParameter(SCAN_LIVERIES);
+        gf_setControlChecked(SCAN_LIVERIES.controlId, false);
+    }
     gf_logLine("-------------------------- liveries scan ends   --------------------------------\n");
 }
 // The add-on airport scan at the start of a run: its banners, the folders of a manual scan, and the request

@@ -16,6 +16,7 @@
 #include "frame/core/params.h"
 #include "frame/core/runstate.h"
 #include "frame/core/textfiles.h"
+#include "liveries/scan.h"
 
 namespace {
 
@@ -167,14 +168,20 @@ void gf_finishScan(bool prioritise, size_t folderCount) {
 }
 
 bool gf_getLiveries(bool scan, bool automatic, bool prioritise, const std::vector<std::string>& folders) {
-    (void)automatic;
-    (void)folders;
     gf_clearLiveryTables();
-    if (scan)
-        gf_logf("The aircraft.cfg scan is not part of this version: the liveries of {} are read instead",
-                folders::liveriesScanned.string());
-    (void)prioritise;
-    lf_readLiveriesFile();
-    gf_processScannedLiveries();
+    if (!scan) {
+        lf_readLiveriesFile();
+        gf_processScannedLiveries();
+        return true;
+    }
+    size_t folderCount = 0;
+    if (!gf_scanLiveryFolders(automatic, folders, folderCount)) {
+        // Stopped half way: what was found is dropped, and the files of the last scan stay as they are.
+        liveries.liveryList.clear();
+        gf_clearScanLists();
+        return true;
+    }
+    lf_removeScanReports();
+    gf_finishScan(prioritise, folderCount);
     return true;
 }

@@ -11,9 +11,9 @@
 #include "liveries/state.h"
 
 // Obtains the liveries and builds every table (the tables of the last run are emptied first). Without a
-// scan it reads LiveriesScanned.xml. With one, the folders are scanned first; the aircraft.cfg reader is
-// not part of this version, so a scan asked for reads the saved file all the same. True, also when the
-// run is being stopped; failures raise zel::UserErrorException (51, 52, 53).
+// scan it reads LiveriesScanned.xml. With one, the folders (in automatic mode also those of the installed
+// add-ons) are scanned, and only a scan that ran to its end replaces LiveriesScanned.xml and the report
+// files. True, also when the run is being stopped; failures raise zel::UserErrorException (51, 52, 53).
 bool gf_getLiveries(bool scan, bool automatic, bool prioritise, const std::vector<std::string>& folders);
 
 // The half of a scan after the folders were read (liveries.liveryList filled, with levels): error 53 when

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <set>
 #include <string_view>
 #include <unordered_map>
 
@@ -13,29 +14,13 @@
 #include "frame/core/folders.h"
 #include "frame/core/log.h"
 #include "frame/core/textfiles.h"
+#include "liveries/aircraft_cfg.h"
 #include "liveries/scramble.h"
 #include "liveries/state.h"
 
 namespace fs = std::filesystem;
 
 namespace {
-
-std::string_view lf_trim(std::string_view s) {
-    const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; };
-    while (!s.empty() && blank(s.front())) s.remove_prefix(1);
-    while (!s.empty() && blank(s.back())) s.remove_suffix(1);
-    return s;
-}
-
-std::vector<std::string> lf_split(std::string_view text, char at) {
-    std::vector<std::string> out;
-    while (true) {
-        const size_t p = text.find(at);
-        out.emplace_back(lf_trim(text.substr(0, p)));
-        if (p == std::string_view::npos) return out;
-        text.remove_prefix(p + 1);
-    }
-}
 
 // Titles installed in this run -> their view in the tables.
 std::unordered_map<std::string_view, std::string_view> lf_installedTitles() {
@@ -79,14 +64,6 @@ std::string lf_summary(const std::string& file, const Counts& c) {
     return line;
 }
 
-bool lf_folderHasFiles(const fs::path& folder) {
-    std::error_code ec;
-    if (!fs::is_directory(folder, ec)) return false;
-    for (const auto& e : fs::directory_iterator(folder, ec))
-        if (e.is_regular_file(ec)) return true;
-    return false;
-}
-
 bool lf_isTxt(const fs::path& p) {
     std::string ext = p.extension().string();
     std::transform(ext.begin(), ext.end(), ext.begin(),
@@ -94,7 +71,91 @@ bool lf_isTxt(const fs::path& p) {
     return ext == ".TXT";
 }
 
+// Each .TXT file of my_regcodes with its non-empty lines split at ";"; `onLine` gets the path, the line and
+// its fields, `onEnd` the path after the last line. `onError` gets the path and the text of a failure,
+// and the next file follows.
+template <typename OnLine, typename OnEnd, typename OnError>
+void lf_forEachUserLine(OnLine onLine, OnEnd onEnd, OnError onError) {
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(folders::myRegcodes, ec)) {
+        if (!entry.is_regular_file(ec) || !lf_isTxt(entry.path())) continue;
+        const std::string path = entry.path().string();
+        try {
+            std::vector<std::string> lines;
+            gf_readExtTextFileToStringVector(entry.path(), lines);
+            for (const std::string& line : lines)
+                if (!gf_trimmed(line).empty()) onLine(path, line, gf_splitTrimmed(line, ';'));
+            onEnd(path);
+        } catch (const std::exception& e) {
+            onError(path, e.what());
+        }
+    }
+}
+
 }  // namespace
+
+bool gf_folderHasFiles(const fs::path& folder) {
+    std::error_code ec;
+    if (!fs::is_directory(folder, ec)) return false;
+    for (const auto& e : fs::directory_iterator(folder, ec))
+        if (e.is_regular_file(ec)) return true;
+    return false;
+}
+
+// ---------------------------------------------------------------- titles a scan must not use
+
+namespace {
+
+void lf_addDontUse(const std::string& title, std::set<std::string>& seen, const std::string& file) {
+    if (!seen.insert(title).second) {
+        gf_logMarkf("don't use title \"{}\" not unique in file {}", title, file);
+        return;
+    }
+    liveryScan.dontUseTitles.insert(title);
+}
+
+}  // namespace
+
+void lf_readDontUseAig() {
+    const std::string path = folders::aigRegcodesXml.string();
+    std::set<std::string> seen;
+    try {
+        pugi::xml_document doc;
+        if (!doc.load_file(folders::aigRegcodesXml.c_str())) {
+            gf_logMarkf("Failed to load regcode file {}", path);
+            return;
+        }
+        for (const pugi::xml_node livery : doc.child("AIG-regcodes").children("livery")) {
+            const std::string title = livery.attribute("title").value();
+            if (!title.empty() && livery.attribute("reg").value()[0] == '\0') lf_addDontUse(title, seen, path);
+        }
+    } catch (const std::exception& e) {
+        gf_logMarkf("Error in reading regcode file {}, what: {}", path, e.what());
+    }
+    gf_logf("{} don't use title{} read from files in {}", seen.size(), gf_plural(static_cast<long long>(seen.size())),
+            path);
+}
+
+void lf_readDontUseMine() {
+    std::set<std::string> seen, titled;
+    lf_forEachUserLine(
+        [&](const std::string& path, const std::string&, const std::vector<std::string>& fields) {
+            if (fields.size() == 1) {
+                // Shorter texts are too likely a part of many titles by mistake.
+                if (fields[0].size() >= 9) lf_addDontUse(fields[0], seen, path);
+            } else if (!titled.insert(fields[0]).second) {
+                gf_logMarkf("title \"{}\" not unique in file {}", fields[0], path);
+            }
+        },
+        [](const std::string&) {},
+        [](const std::string& path, const char* what) {
+            gf_logMarkf("Error in reading regcode file {}, what: {}", path, what);
+        });
+    gf_logf("{} don't use title{} read from files in {}", seen.size(), gf_plural(static_cast<long long>(seen.size())),
+            folders::myRegcodes.string());
+}
+
+// ---------------------------------------------------------------- registrations
 
 void lf_readAigRegcodes(std::vector<std::string>& results) {
     const std::string path = folders::aigRegcodesXml.string();
@@ -111,7 +172,7 @@ void lf_readAigRegcodes(std::vector<std::string>& results) {
             const auto title = installed.find(livery.attribute("title").value());
             if (title == installed.end()) continue;  // not installed: nothing to say
             std::vector<std::string> regs;
-            for (const std::string& r : lf_split(livery.attribute("reg").value(), ','))
+            for (const std::string& r : gf_splitTrimmed(livery.attribute("reg").value(), ','))
                 if (!r.empty()) regs.push_back(r);
             const bool special = gf_isXmlTrue(livery.attribute("special").value());
             for (const std::string& r : regs)
@@ -126,43 +187,38 @@ void lf_readAigRegcodes(std::vector<std::string>& results) {
 void lf_readMyRegcodes(std::vector<std::string>& results) {
     results.push_back("Processing files in " + folders::myRegcodes.string());
     const auto installed = lf_installedTitles();
-    std::error_code ec;
-    for (const auto& entry : fs::directory_iterator(folders::myRegcodes, ec)) {
-        if (!entry.is_regular_file(ec) || !lf_isTxt(entry.path())) continue;
-        const std::string path = entry.path().string();
-        try {
-            std::vector<std::string> lines;
-            gf_readExtTextFileToStringVector(entry.path(), lines);
-            Counts counts;
-            for (const std::string& line : lines) {
-                if (lf_trim(line).empty()) continue;
-                const std::vector<std::string> fields = lf_split(line, ';');
-                if (fields.size() == 1) continue;  // a don't-use title: the scan's business
-                if (fields.size() > 3) {
-                    results.push_back(fmt::format("{}{} wrong format: {}", kMark, path, line));
-                    gf_logMarkf("{} wrong format: {}", path, line);
-                    continue;
-                }
-                const auto title = installed.find(fields[0]);
-                if (title == installed.end()) continue;
-                if (fields.size() == 3 && fields[2] != "#") continue;
-                std::vector<std::string> regs;
-                for (const std::string& r : lf_split(fields[1], ','))
-                    if (!r.empty()) regs.push_back(r);
-                const bool special = fields.size() == 3 || regs.size() == 1;
-                for (const std::string& r : regs) lf_registration(r, title->second, special, path, results, counts);
+    Counts counts;  // of the file being read
+    lf_forEachUserLine(
+        [&](const std::string& path, const std::string& line, const std::vector<std::string>& fields) {
+            if (fields.size() == 1) return;  // a don't-use title: the scan's business
+            if (fields.size() > 3) {
+                results.push_back(fmt::format("{}{} wrong format: {}", kMark, path, line));
+                gf_logMarkf("{} wrong format: {}", path, line);
+                return;
             }
+            const auto title = installed.find(fields[0]);
+            if (title == installed.end()) return;
+            if (fields.size() == 3 && fields[2] != "#") return;
+            std::vector<std::string> regs;
+            for (const std::string& r : gf_splitTrimmed(fields[1], ','))
+                if (!r.empty()) regs.push_back(r);
+            const bool special = fields.size() == 3 || regs.size() == 1;
+            for (const std::string& r : regs) lf_registration(r, title->second, special, path, results, counts);
+        },
+        [&](const std::string& path) {
             results.push_back(lf_summary(path, counts));
-        } catch (const std::exception& e) {
-            results.push_back(fmt::format("{} Error in reading regcode file {}, what: {}", kMark, path, e.what()));
-        }
-    }
+            counts = Counts{};
+        },
+        [&](const std::string& path, const char* what) {
+            results.push_back(fmt::format("{} Error in reading regcode file {}, what: {}", kMark, path, what));
+            counts = Counts{};
+        });
 }
 
 void lf_readRegcodeFiles() {
     std::vector<std::string> results;
     if (fs::exists(folders::aigRegcodesXml)) lf_readAigRegcodes(results);
-    if (lf_folderHasFiles(folders::myRegcodes)) lf_readMyRegcodes(results);
+    if (gf_folderHasFiles(folders::myRegcodes)) lf_readMyRegcodes(results);
     const fs::path path = folders::info / "OfflineRegcodes.txt";
     std::error_code ec;
     fs::remove(path, ec);

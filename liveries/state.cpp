@@ -2,6 +2,7 @@
 
 LiveryTables liveries;
 ScanLists scanLists;
+LiveryScanState liveryScan;
 MatchState matching;
 
 void gf_clearLiveryTables() {
@@ -16,6 +17,10 @@ void gf_clearScanLists() {
                         &scanLists.invalidCfgFiles, &scanLists.incompleteSections, &scanLists.noSectionFiles,
                         &scanLists.dbaseCorrections, &scanLists.skippedOnPriority})
         l->lines.clear();
+    liveryScan.filesFound = 0;
+    liveryScan.filesDone = 0;
+    liveryScan.seenTitles.clear();
+    liveryScan.dontUseTitles.clear();
 }
 
 void gf_resetMatching() {
@@ -35,4 +40,5 @@ void gf_resetLiveries() {
     dbase.similarByAirline.clear();
     gf_clearLiveryTables();
     gf_resetMatching();
+    liveryScan.scanWorkers = 0;
 }

@@ -15,6 +15,7 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "liveries/dbase.h"
@@ -83,6 +84,20 @@ struct ScanLists {
 };
 extern ScanLists scanLists;  // defined in liveries/state.cpp
 void gf_clearScanLists();    // after the reports, and with the tables
+
+// What the workers of an aircraft.cfg scan share besides the scan lists. Lives from the start of a scan
+// to gf_clearScanLists, so a title taken from the first folder is refused in every later one.
+struct LiveryScanState {
+    std::atomic<int32_t> scanWorkers{0};  // file workers running now; never above the worker limit
+    std::atomic<int32_t> filesFound{0};   // aircraft.cfg and sim.cfg files handed to a worker in this scan
+    std::atomic<int32_t> filesDone{0};    // of those, the ones whose worker has ended
+    std::mutex seenLock;                  // guards seenTitles
+    std::set<std::string> seenTitles;     // titles taken so far in this scan
+    // Titles a scan ignores (AIG-regcodes.xml entries without registrations, one-field lines of the
+    // user's files); filled before the first file is read, only read by the workers.
+    std::unordered_set<std::string> dontUseTitles;
+};
+extern LiveryScanState liveryScan;  // defined in liveries/state.cpp
 
 // The steps of the matching cascade, 1 (registration) to 6 (a similar model of any airline).
 inline constexpr int kMatchSteps = 6;

@@ -6,24 +6,39 @@
 namespace {
 std::mutex g_overrideLock;
 std::filesystem::path g_appDataOverride;
+std::filesystem::path g_documentsOverride;
+std::filesystem::path g_programDataOverride;
 RegistryReader g_registryOverride = nullptr;
 }  // namespace
 
 std::filesystem::path gf_platformAppDataDefault();  // implemented per system
+std::filesystem::path gf_platformDocumentsDefault();
+std::filesystem::path gf_platformProgramDataDefault();
 std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName,
                                                    RegistryHive hive);
 
-void gf_setAppDataOverride(const std::filesystem::path& folder) {
-    std::lock_guard lock(g_overrideLock);
-    g_appDataOverride = folder;
-}
-
-std::filesystem::path gf_appDataFolder() {
+namespace {
+// A folder a test has put in place of the system's, or the system's own.
+std::filesystem::path lf_folderOr(const std::filesystem::path& chosen, std::filesystem::path (*system)()) {
     {
         std::lock_guard lock(g_overrideLock);
-        if (!g_appDataOverride.empty()) return g_appDataOverride;
+        if (!chosen.empty()) return chosen;
     }
-    return gf_platformAppDataDefault();
+    return system();
+}
+void lf_setOverride(std::filesystem::path& chosen, const std::filesystem::path& folder) {
+    std::lock_guard lock(g_overrideLock);
+    chosen = folder;
+}
+}  // namespace
+
+void gf_setAppDataOverride(const std::filesystem::path& folder) { lf_setOverride(g_appDataOverride, folder); }
+void gf_setDocumentsOverride(const std::filesystem::path& folder) { lf_setOverride(g_documentsOverride, folder); }
+void gf_setProgramDataOverride(const std::filesystem::path& folder) { lf_setOverride(g_programDataOverride, folder); }
+std::filesystem::path gf_appDataFolder() { return lf_folderOr(g_appDataOverride, gf_platformAppDataDefault); }
+std::filesystem::path gf_documentsFolder() { return lf_folderOr(g_documentsOverride, gf_platformDocumentsDefault); }
+std::filesystem::path gf_programDataFolder() {
+    return lf_folderOr(g_programDataOverride, gf_platformProgramDataDefault);
 }
 
 void gf_setRegistryOverride(RegistryReader reader) {

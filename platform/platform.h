@@ -65,9 +65,11 @@ std::filesystem::path gf_appDataFolder();
 void gf_setAppDataOverride(const std::filesystem::path& folder);  // empty path restores the default
 // The user's documents folder (CSIDL_PERSONAL; $HOME on Linux).
 std::filesystem::path gf_documentsFolder();
-// The machine's program data folder, where the simulator keeps scenery.cfg: "C:\ProgramData" on Windows;
-// $XDG_DATA_HOME or ~/.local/share on Linux.
+void gf_setDocumentsOverride(const std::filesystem::path& folder);  // empty path restores the default
+// The machine's application data folder, C:\ProgramData (CSIDL_COMMON_APPDATA; $XDG_DATA_HOME or
+// ~/.local/share on Linux): where Prepar3D keeps simobjects.cfg and the add-ons.cfg of all users.
 std::filesystem::path gf_programDataFolder();
+void gf_setProgramDataOverride(const std::filesystem::path& folder);  // empty path restores the default
 
 // A string value under HKEY_LOCAL_MACHINE\subKey or HKEY_CURRENT_USER\subKey (64-bit view). nullopt if
 // the key does not open. An empty string if the key opens and the value is missing. Linux has no registry:

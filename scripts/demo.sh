@@ -6,6 +6,8 @@
 #   scripts/demo.sh [--seconds N] [--fly]     (default 120 s; 240 s with --fly)
 # --fly: 30 s after the start the user takes off, flies 32 nm east of Zurich at up to 9000 ft and comes
 # back to his stand: the park airport is left when he is out of sight and taken up again on the way back.
+#   scripts/demo.sh --scan [--seconds N]  first the livery scan on a made-up Prepar3D installation, then
+#   the run with add-on airports from real BGL files in the simulator's scenery lists, scanned at its start
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
@@ -13,11 +15,13 @@ repo=$PWD
 seconds=""
 scenario="$repo/data/demo/simulator_lszh.json"
 fly=0
+scan=0
 while [ $# -gt 0 ]; do
   case "$1" in
     --seconds) seconds="$2"; shift 2 ;;
     --fly) fly=1; scenario="$repo/data/demo/simulator_lszh_flight.json"; shift ;;
-    *) echo "usage: scripts/demo.sh [--seconds N] [--fly]" >&2; exit 2 ;;
+    --scan) scan=1; shift ;;
+    *) echo "usage: scripts/demo.sh [--seconds N] [--fly | --scan]" >&2; exit 2 ;;
   esac
 done
 [ -n "$seconds" ] || seconds=$([ "$fly" = 1 ] && echo 240 || echo 120)
@@ -28,6 +32,13 @@ cmake -S . -B build -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build -j"$jobs" --target ZARK_P3D simdouble trafficdouble_server updatedouble_server zark_install_fixture \
   fidelity
 
+if [ "$scan" = 1 ]; then
+  # The livery scan on a made-up Prepar3D installation, before the traffic run.
+  cmake --build build -j"$jobs" --target mkscantree
+  source scripts/demo_scan_liveries.sh
+  demo_scan_liveries "$repo" "$repo/build/demo-scan"
+fi
+
 install_dir="$repo/build/demo-install"
 rm -rf "$install_dir"
 mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
@@ -36,6 +47,10 @@ mkdir -p "$install_dir/output"
 cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
 cp -r build/install/airports "$install_dir/"  # the stock airport files of LSZH, LFPG and LFBO
 export XDG_CONFIG_HOME="$install_dir/appdata"
+if [ "$scan" = 1 ]; then
+  source scripts/demo_scan_airports.sh
+  demo_scan_airports_layout "$install_dir"
+fi
 
 # Free loopback ports for the two doubles.
 port_of() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1]); s.close()'; }
@@ -57,6 +72,7 @@ cat > "$install_dir/appdata/ZARK_P3D/parameters.xml" <<XML
 	<parameter name="DBASE_VERSION" value="1.0.0" />
 	<parameter name="AIG_VERSION" value="1.0.0" />
 	<parameter name="ARCHIVE_VERSION" value="22.0.1" />
+	<parameter name="SCAN_LIVERIES" value="false" />
 </parameters>
 XML
 
@@ -105,3 +121,4 @@ build/tools/fidelity/fidelity --out "$install_dir/fidelity" > "$install_dir/fide
   echo "fidelity failed, see $install_dir/fidelity.out" >&2
 
 python3 scripts/demo_summary.py "$install_dir" "$zark_rc" "$fly"
+if [ "$scan" = 1 ]; then demo_scan_airports_summary "$install_dir"; fi

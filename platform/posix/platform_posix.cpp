@@ -14,14 +14,15 @@ std::filesystem::path gf_platformAppDataDefault() {
     return std::filesystem::current_path();
 }
 
-std::filesystem::path gf_documentsFolder() {
+std::filesystem::path gf_platformDocumentsDefault() {
     if (const char* home = std::getenv("HOME"); home && *home) return std::filesystem::path(home);
     return std::filesystem::current_path();
 }
 
-std::filesystem::path gf_programDataFolder() {
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data) return std::filesystem::path(data);
-    return gf_documentsFolder() / ".local" / "share";
+std::filesystem::path gf_platformProgramDataDefault() {
+    if (const char* xdg = std::getenv("XDG_DATA_HOME"); xdg && *xdg) return std::filesystem::path(xdg);
+    if (const char* home = std::getenv("HOME"); home && *home) return std::filesystem::path(home) / ".local/share";
+    return std::filesystem::current_path();
 }
 
 // Linux has no registry: every key counts as absent.

@@ -26,9 +26,8 @@ std::filesystem::path lf_knownFolder(int csidl) {
 }  // namespace
 
 std::filesystem::path gf_platformAppDataDefault() { return lf_knownFolder(CSIDL_APPDATA); }
-std::filesystem::path gf_documentsFolder() { return lf_knownFolder(CSIDL_PERSONAL); }
-// The simulator writes its scenery lists to this fixed folder, not to where CSIDL_COMMON_APPDATA may point.
-std::filesystem::path gf_programDataFolder() { return std::filesystem::path(L"C:\\ProgramData"); }
+std::filesystem::path gf_platformDocumentsDefault() { return lf_knownFolder(CSIDL_PERSONAL); }
+std::filesystem::path gf_platformProgramDataDefault() { return lf_knownFolder(CSIDL_COMMON_APPDATA); }
 
 std::optional<std::string> gf_platformReadRegistry(const std::string& subKey, const std::string& valueName,
                                                    RegistryHive hive) {

@@ -133,9 +133,10 @@ protected:
         std::ofstream(dir_ / "RealTrafficKey.json") << "{\"license\": \"" << license << "\"}\n";
         // Wine shows the Linux file system as drive Z:.
         const std::string simPath = (windows_.empty() ? "" : "Z:") + (dir_ / "Prepar3D v5").string();
+        // The liveries come from the install's LiveriesScanned.xml: no scan of the (empty) simulator.
         std::ofstream(appData_ / "ZARK_P3D" / "parameters.xml")
             << "<?xml version=\"1.0\"?>\n<parameters>\n\t<parameter name=\"SIM_INSTALL_PATH\" value=\"" << simPath
-            << "\" />\n</parameters>\n";
+            << "\" />\n\t<parameter name=\"SCAN_LIVERIES\" value=\"false\" />\n</parameters>\n";
         sim_ = lf_spawn(dir_,
                         {simdouble.string(), "--scenario", (gf_sourceDir() / "data/demo/simulator_lszh.json").string(),
                          "--port", std::to_string(simPort), "--export", (dir_ / "record.json").string()},

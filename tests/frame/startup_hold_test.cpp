@@ -29,6 +29,7 @@ protected:
         links::databaseRead = false;
         SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D v5";
         PROGRAM_VERSION.current = "9.3.0";
+        SCAN_LIVERIES.current = false;  // the liveries come from the saved file: no simulator to scan here
     }
     void TearDown() override {
         links::stopSimClient();  // joined before the clock it sleeps on goes
@@ -55,6 +56,7 @@ TEST_P(StartHoldCases, ARecentRunHoldsTheRestOfTwoSeconds) {
     gf_saveParameter(SIM_INSTALL_PATH);  // the start reads them from the file
     gf_saveParameter(LAST_EPOCH_TIME);
     gf_saveParameter(PROGRAM_VERSION);
+    gf_saveParameter(SCAN_LIVERIES);
     const SteadyTime started = gf_steadyNow();
     // The wait for the simulator after the hold sleeps on the manual clock: end it there.
     std::atomic<bool> ended{false};

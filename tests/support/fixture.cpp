@@ -29,6 +29,9 @@ void ZarkTest::SetUp() {
     fs::create_directories(appData_ / "ZARK_P3D");
     fs::current_path(root_);
     gf_setAppDataOverride(appData_);
+    // Neither the documents nor the machine's data of the computer running the tests.
+    gf_setDocumentsOverride(root_ / "documents");
+    gf_setProgramDataOverride(root_ / "programdata");
     gf_setRegistryOverride(nullptr);
     gf_useManualClock(nullptr);
     gf_resetAllSubsystems();
@@ -45,6 +48,8 @@ void ZarkTest::TearDown() {
     gf_useManualClock(nullptr);
     gf_setRegistryOverride(nullptr);
     gf_setAppDataOverride({});
+    gf_setDocumentsOverride({});
+    gf_setProgramDataOverride({});
     fs::current_path(previousDir_);
     std::error_code ec;
     if (!HasFailure()) fs::remove_all(root_, ec);

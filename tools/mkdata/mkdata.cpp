@@ -201,6 +201,9 @@ void lf_buildDbase(const fs::path& data, const fs::path& out) {
         if (knownCargo.count(code) || lf_hasAny(r.at("name") + " " + r.at("alt_name"), {"cargo", "freight"}))
             cargoOperators.insert(code);
     }
+    // The program's own codes for a generic and a private livery: the scan files liveries under them, so
+    // they must pass as airline codes like any real one.
+    airlines.insert({"ZZZ", "PVT"});
 
     pugi::xml_document doc;
     lf_addSet(doc, "aircrafts", "aircraft", "types", types.all, gf_encodeModel);
