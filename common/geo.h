@@ -10,6 +10,7 @@ struct LatLon {
 // Earth radius in nm as the haversine factor: 2 * 3437.746770784939 nm.
 constexpr double kHaversineNm = 6875.493541569878;
 // Feet to radians of arc on the same sphere: 1 / (3437.746770784939 nm * 6076.11548556 ft/nm).
+constexpr double kFeetPerNm = 6076.11549;  // feet in a nautical mile
 constexpr double kFeetToRadians = 4.787404208238998e-8;
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kTwoPi = 2.0 * kPi;

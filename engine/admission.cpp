@@ -24,7 +24,6 @@ constexpr int32_t kLeadRollingSlices = 300;            // a rolling one 3 s befo
 constexpr double kUserSlowKt = 8.0;                    // a held aircraft waits while the user rolls faster
 constexpr double kHeldGroundNm = 500.0 / 1852.0;       // 500 m: a held aircraft waits while this close
 constexpr double kUserGroundNm = 0.08099352051835854;  // 150 m around a user on the ground
-constexpr double kFeetPerNm = 6076.11549;              // as the rules measure sideways distances
 constexpr double kLowPassNm = 1.5;                     // a user flying low sees the ground this far ahead
 constexpr double kLowPassAglFt = 1000.0;               // ... below this height above ground
 constexpr double kLowPassSideFt = 500.0;               // ... within this of his line of flight

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "airports/airport_file.h"
+#include "common/geo.h"
 #include "engine/act.h"
 
 constexpr double kClearanceFactor = 1.1;     // two aircraft on the ground need their half spans plus 10 per cent
@@ -15,7 +16,6 @@ constexpr double kLowApproachLineFt = 50.0;  // ... within this of his line of f
 constexpr double kAirborneNearNm = 4.0;      // an airborne aircraft this close to the user
 constexpr double kAirborneLayerFt = 1000.0;  // ... and less than this above or below him
 constexpr double kAirborneLineFt = 700.0;    // ... with the user within this of its line of flight
-constexpr double kFeetPerNm = 6076.11549;
 
 // Once per simulator tick, after the motion: the user on the ground or in the air against the live
 // aircraft, then the taxiing aircraft against the parked ones, each as its parameter allows.

@@ -29,7 +29,7 @@ const char* lf_planType(ModelCategory c) {
 }  // namespace
 
 bool gf_makeFlightPlanFolder() {
-    const fs::path programFolder = gf_programDataFolder();
+    const fs::path programFolder = gf_programAppDataFolder();
     engine.flightPlanFolder = programFolder / "orig_dest";
     gf_makeFolder(programFolder);
     gf_makeFolder(engine.flightPlanFolder);

@@ -8,9 +8,8 @@
 #include "common/geo.h"
 #include "engine/act.h"
 
-constexpr int32_t kSmallestLegSlices = 25;   // no leg is shorter
-constexpr double kSlicesPerHour = 360000.0;  // nm * this / knots = slices
-constexpr double kFeetPerNm = 6076.11549;
+constexpr int32_t kSmallestLegSlices = 25;      // no leg is shorter
+constexpr double kSlicesPerHour = 360000.0;     // nm * this / knots = slices
 constexpr double kMetresPerDegree = 111132.95;  // curves only
 constexpr int64_t kWeekSlices = 60480000;       // dueTick step of an aircraft whose data stopped at a stand
 constexpr int32_t kNarrowSlack = 1000;          // slices; the slacks shrink back to this, 100 a leg

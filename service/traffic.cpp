@@ -23,7 +23,6 @@ using json = nlohmann::json;
 
 constexpr double kSameAreaDeg = 0.00015;  // a smaller move keeps the box
 constexpr double kKmPerDegLat = 111.2;
-constexpr double kFeetPerNm = 6076.11549;
 constexpr int32_t kSlicesPerSecond = 100;
 
 std::string lf_box(const TrafficReader& r) {

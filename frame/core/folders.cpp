@@ -75,7 +75,7 @@ void gf_makeFolders() {
         gf_makeFolder(p);
 }
 
-fs::path gf_programDataFolder() { return gf_appDataFolder() / kProgramName; }
+fs::path gf_programAppDataFolder() { return gf_appDataFolder() / kProgramName; }
 
 fs::path gf_serviceAppKeyPath() { return gf_appDataFolder() / "RealTraffic" / kAccountKeyFile; }
 

@@ -77,8 +77,8 @@ int32_t gf_simMajorVersion();
 inline constexpr const char* kAccountKeyFile = "RealTrafficKey.json";
 inline constexpr const char* kAccountKeyMember = "license";
 inline constexpr const char* kAccountKeyPlaceholder = "PUT-YOUR-REALTRAFFIC-LICENSE-KEY-HERE";
-std::filesystem::path gf_serviceAppKeyPath();
+std::filesystem::path gf_serviceAppKeyPath();  // <roaming app data>/RealTraffic/RealTrafficKey.json
 // The program's own folder in the roaming app data: parameters.xml and the flight plans in use.
-std::filesystem::path gf_programDataFolder();  // <roaming app data>/RealTraffic/RealTrafficKey.json
+std::filesystem::path gf_programAppDataFolder();
 // Reads the key; empty (with a log mark, never the key itself) when missing, malformed or the placeholder.
 std::string gf_readAccountKey();

@@ -243,7 +243,7 @@ void gf_applyLateralRange() {
     parDerived.radiusMetres = LATERAL_RANGE.current * 1852 + 10000;
 }
 
-std::filesystem::path gf_parametersPath() { return gf_programDataFolder() / "parameters.xml"; }
+std::filesystem::path gf_parametersPath() { return gf_programAppDataFolder() / "parameters.xml"; }
 
 void gf_readParameters() {
     const auto path = gf_parametersPath();

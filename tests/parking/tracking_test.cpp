@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "common/geo.h"
 #include "engine/state.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -22,7 +23,6 @@ using ::testing::HasSubstr;
 
 namespace {
 
-constexpr double kFeetPerNm = 6076.11549;
 constexpr LatLon kA15{47.454283, 8.556983};  // stand A15 of Zurich
 constexpr LatLon kLszh{47.4647, 8.54917};
 constexpr LatLon kLfpg{49.0128, 2.55};
