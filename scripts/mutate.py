@@ -261,6 +261,48 @@ def run_tests(bld, binary, timeout, slow=()):
     return outcome, time.monotonic() - started
 
 
+def run_tests_each(bld, binary, timeout, slow=()):
+    """Like run_tests, but every test runs to its end (no fail-fast): the outcome and the names of the
+    tests that failed, so a report can say which tests kill which mutant. A process that hangs past the
+    limit counts its whole filter as the killer."""
+    env = dict(os.environ, GTEST_BRIEF="1")
+    env.pop("GTEST_FAIL_FAST", None)
+    filters = [("-" + ":".join(slow)) if slow else "*"] + list(slow)
+    outputs = [os.path.join(bld, "mutation-each-%s-%d.json" % (binary, k)) for k in range(len(filters))]
+    for out in outputs:
+        if os.path.exists(out):
+            os.remove(out)
+    started = time.monotonic()
+    procs = [subprocess.Popen([os.path.join(bld, "tests", binary), "--gtest_filter=" + f,
+                               "--gtest_output=json:" + out], cwd=bld, env=env, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, start_new_session=True)
+             for f, out in zip(filters, outputs)]
+    killers, outcome = [], "passed"
+    try:
+        while any(p.poll() is None for p in procs) and time.monotonic() - started <= timeout:
+            time.sleep(0.05)
+    finally:
+        for p, f, out in zip(procs, filters, outputs):
+            if p.poll() is None:
+                os.killpg(p.pid, signal.SIGKILL)
+                p.wait()
+                outcome = "timeout"
+                killers.append("timeout:" + f)
+                continue
+            named = []
+            if os.path.exists(out):
+                with open(out, encoding="utf-8") as fh:
+                    for suite in json.load(fh)["testsuites"]:
+                        for test in suite["testsuite"]:
+                            if test.get("failures"):
+                                named.append(suite["name"] + "." + test["name"])
+            if p.returncode != 0:
+                outcome = "failed" if outcome == "passed" else outcome
+                # a crash leaves no report: the filter it ran is the killer
+                killers += named or ["crash:" + f]
+    return outcome, killers
+
+
 def run_filters(bld, specs, timeout):
     """Runs each (binary, gtest filter) in a process of its own, all at once; the outcome of each."""
     env = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
@@ -330,7 +372,7 @@ def run(args):
     fresh_scratch = not os.path.isdir(os.path.join(src, "tests"))
     os.makedirs(src, exist_ok=True)
     # A scratch made earlier keeps its tests: they are the suite "before".
-    sync_scratch(src, keep_tests=not fresh_scratch and args.after_report is not None)
+    sync_scratch(src, keep_tests=not fresh_scratch and (args.after_report is not None or args.keep_tests))
     if not os.path.exists(os.path.join(bld, "build.ninja")):
         subprocess.run(["cmake", "-S", src, "-B", bld, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_C_FLAGS_DEBUG=-O0", "-DZARK_BENCH=OFF"],
@@ -359,7 +401,12 @@ def run(args):
                     continue
             elif all(mutant["id"] in reports[sfx]["results"] for sfx, _ in sides):
                 continue
+            elif args.known_only and mutant["id"] not in reports[""]["results"]:
+                continue
             binaries = ["test_" + folder + sfx for sfx, _ in sides]
+            # a side that already holds this mutant keeps its result: only the missing side runs
+            done = {sfx: reports[sfx]["results"][mutant["id"]] for sfx, _ in sides
+                    if not args.rerun_survivors and mutant["id"] in reports[sfx]["results"]}
             if folder not in prepared:
                 # the working tree's tests of this folder as they stand now
                 if args.after_report:
@@ -385,7 +432,7 @@ def run(args):
             lines = text.split("\n")
             at = locate(lines, mutant)
             started = time.monotonic()
-            statuses = {}
+            statuses, killers = {}, {}
             if at < 0:
                 statuses = {sfx: "missing" for sfx, _ in sides}
             else:
@@ -393,9 +440,9 @@ def run(args):
                 lines[at] = mutant["mutated"]
                 with open(path, "w", encoding="utf-8") as f:
                     f.write("\n".join(lines))
-                ok, _ = build(bld, binaries, 900)
+                ok, _ = build(bld, [b for (sfx, _), b in zip(sides, binaries) if sfx not in done], 900)
                 shared = sorted(set(slow[binaries[0]]) & set(slow[binaries[-1]])) if args.share_slow else []
-                if ok and len(binaries) == 2 and shared:
+                if ok and len(binaries) == 2 and shared and not done:
                     # The slow tests both suites hold unchanged (the end-to-end runs) run once, for both.
                     specs = [(b, "-" + ":".join(slow[b])) for b in binaries]
                     specs += [(binaries[0], name) for name in shared]
@@ -406,14 +453,23 @@ def run(args):
                 for (sfx, _), binary in zip(sides, binaries):
                     if sfx in statuses:
                         continue
-                    if not ok:
+                    if sfx in done:
+                        statuses[sfx] = done[sfx]["status"]
+                        if "killers" in done[sfx]:
+                            killers[sfx] = done[sfx]["killers"]
+                    elif not ok:
                         statuses[sfx] = "invalid"
+                    elif args.per_test:
+                        outcome, killers[sfx] = run_tests_each(bld, binary, limits[binary], slow[binary])
+                        statuses[sfx] = "survived" if outcome == "passed" else "killed"
                     else:
                         outcome, _ = run_tests(bld, binary, limits[binary], slow[binary])
                         statuses[sfx] = "survived" if outcome == "passed" else "killed"
                 restore()
             for sfx, out in sides:
                 reports[sfx]["results"][mutant["id"]] = dict(mutant, status=statuses[sfx], at=at + 1)
+                if sfx in killers:
+                    reports[sfx]["results"][mutant["id"]]["killers"] = killers[sfx]
                 save(reports[sfx], out)
             print("%s %-8s %s %s:%d %s (%.0f s)" % (mutant["id"], statuses.get("", "-"), statuses.get("_after", ""),
                                                    mutant["file"], at + 1, mutant["op"],
@@ -498,6 +554,12 @@ def main():
     p.add_argument("--fresh", action="store_true", help="ignore results already in the report")
     p.add_argument("--share-slow", action="store_true",
                    help="slow tests of the same name in both suites (unchanged end-to-end runs) run once for both")
+    p.add_argument("--per-test", action="store_true",
+                   help="run every test to its end and keep the names of those that kill each mutant (slower)")
+    p.add_argument("--keep-tests", action="store_true",
+                   help="the scratch keeps the tests it has (the suite before), also without --after-report")
+    p.add_argument("--known-only", action="store_true",
+                   help="only the mutants the first report already holds (an after run on a partly run sample)")
     p.add_argument("--rerun-survivors", action="store_true",
                    help="run the working tree's tests again on the mutants that survived them (needs --after-report)")
     p = sub.add_parser("compare", help="compare two reports of the same sample")

@@ -20,11 +20,6 @@ protected:
     }
 };
 
-TEST_F(TransportConfig, SectionNamesFollowTheIndex) {
-    EXPECT_EQ(gf_simConnectSectionName(0), "SimConnect");
-    EXPECT_EQ(gf_simConnectSectionName(3), "SimConnect.3");
-}
-
 TEST_F(TransportConfig, WithoutAnyFileIndexZeroTakesTheDefaults) {
     SimConnectConfig cfg;
     cfg.port = "leftover";
