@@ -7,16 +7,11 @@
 
 namespace {
 
-class TransportConfig : public ZarkTest {
+class TransportConfig : public TransportTest {
 protected:
     void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
+        TransportTest::SetUp();
         gf_setSimConnectCfgFolders({root_ / "public", root_ / "documents", root_});
-    }
-    void TearDown() override {
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
     }
 };
 

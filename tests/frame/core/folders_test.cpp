@@ -176,7 +176,9 @@ TEST_F(FoldersTest, TheSimulatorIsDetectedInTheRegistry) {
             EXPECT_EQ(SIM_INSTALL_PATH.current, c.path);
             EXPECT_NE(readFile(gf_parametersPath()).find(c.path), std::string::npos) << "saved";
         }
-        if (code == 151) EXPECT_EQ(SIM_INSTALL_PATH.current, "");
+        if (code == 151) {
+            EXPECT_EQ(SIM_INSTALL_PATH.current, "");
+        }
         EXPECT_TRUE(logHas(c.logged));
     }
     gf_setRegistryOverride(nullptr);  // Linux has no registry
