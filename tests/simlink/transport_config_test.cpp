@@ -75,19 +75,19 @@ std::string lf_utf16(const std::u16string& text, bool bigEndian, bool mark) {
 }
 
 TEST_F(TransportConfig, Utf16AndUtf8WithAMarkAreReadLikePlainText) {
-    const std::u16string text = u"[SimConnect]\r\nProtocol=IPv4\r\nAddress=Z\u00FCrich-pc\r\nPort=5010\r\n";
+    const std::u16string text = u"[SimConnect]\r\nProtocol=IPv4\r\nAddress=Z\u00FCrich-\u738B\r\nPort=5010\r\n";
     const std::pair<const char*, std::string> files[] = {
         {"UTF-16 LE with mark", lf_utf16(text, false, true)},
         {"UTF-16 BE with mark", lf_utf16(text, true, true)},
         {"UTF-16 LE without mark", lf_utf16(text, false, false)},
-        {"UTF-8 with mark", "\xEF\xBB\xBF[SimConnect]\nProtocol=IPv4\nAddress=Z\xC3\xBCrich-pc\nPort=5010\n"},
+        {"UTF-8 with mark", "\xEF\xBB\xBF[SimConnect]\nProtocol=IPv4\nAddress=Z\xC3\xBCrich-\xE7\x8E\x8B\nPort=5010\n"},
     };
     for (const auto& [name, bytes] : files) {
         writeFile("SimConnect.cfg", bytes);
         SimConnectConfig cfg;
         ASSERT_TRUE(gf_readSimConnectConfig(0, cfg)) << name;
         EXPECT_EQ(cfg.protocol, ScProtocol::IPv4) << name;
-        EXPECT_EQ(cfg.address, "Z\xC3\xBCrich-pc") << name;
+        EXPECT_EQ(cfg.address, "Z\xC3\xBCrich-\xE7\x8E\x8B") << name;  // both bytes of a character count
         EXPECT_EQ(cfg.port, "5010") << name;
     }
 }
