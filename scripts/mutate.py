@@ -14,6 +14,7 @@ hanging test run kills it. The report is written after every mutant, so a run ca
 survivors go to a text file next to it. Only .cpp files are mutated: a header would rebuild half the tree.
 """
 import argparse
+import fnmatch
 import json
 import os
 import random
@@ -231,11 +232,17 @@ def build(bld, targets, timeout):
         return False, "build timed out"
 
 
-def run_tests(bld, binary, timeout, slow=()):
+def gtest_filters(slow, excluded):
+    """The gtest filters of one run: the quick tests together, then each slow one alone; `excluded` in none."""
+    left_out = list(slow) + list(excluded)
+    return [("-" + ":".join(left_out)) if left_out else "*"] + list(slow)
+
+
+def run_tests(bld, binary, timeout, slow=(), excluded=()):
     """Runs the binary; tests that wait on real time (`slow`) run each in a process of its own beside the
     rest, so a mutant costs the longest of them, not their sum. Killed as soon as one process fails."""
     env = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
-    filters = [("-" + ":".join(slow)) if slow else "*"] + list(slow)
+    filters = gtest_filters(slow, excluded)
     started = time.monotonic()
     procs = [subprocess.Popen([os.path.join(bld, "tests", binary), "--gtest_filter=" + f], cwd=bld,
                               env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -261,13 +268,13 @@ def run_tests(bld, binary, timeout, slow=()):
     return outcome, time.monotonic() - started
 
 
-def run_tests_each(bld, binary, timeout, slow=()):
+def run_tests_each(bld, binary, timeout, slow=(), excluded=()):
     """Like run_tests, but every test runs to its end (no fail-fast): the outcome and the names of the
     tests that failed, so a report can say which tests kill which mutant. A process that hangs past the
     limit counts its whole filter as the killer."""
     env = dict(os.environ, GTEST_BRIEF="1")
     env.pop("GTEST_FAIL_FAST", None)
-    filters = [("-" + ":".join(slow)) if slow else "*"] + list(slow)
+    filters = gtest_filters(slow, excluded)
     outputs = [os.path.join(bld, "mutation-each-%s-%d.json" % (binary, k)) for k in range(len(filters))]
     for out in outputs:
         if os.path.exists(out):
@@ -392,7 +399,7 @@ def run(args):
 
     signal.signal(signal.SIGTERM, on_signal)
     signal.signal(signal.SIGINT, on_signal)
-    limits, slow, prepared = {}, {}, set()
+    limits, slow, excluded, prepared = {}, {}, {}, set()
     try:
         for mutant in mutants:
             folder = mutant["file"].split("/")[0]
@@ -418,8 +425,14 @@ def run(args):
                 if not ok:
                     sys.exit("the unmutated tree does not build:\n" + log)
                 for binary in binaries:
-                    slow[binary] = time_tests(bld, binary)
-                    outcome, seconds = run_tests(bld, binary, 900, slow[binary])
+                    if args.exclude:
+                        # tests left out of every run, on both sides; the reports say which
+                        excluded[binary] = args.exclude.split(":")
+                        for sfx, _ in sides:
+                            reports[sfx]["excluded"] = args.exclude
+                    slow[binary] = [t for t in time_tests(bld, binary)
+                                    if not any(fnmatch.fnmatchcase(t, e) for e in excluded.get(binary, ()))]
+                    outcome, seconds = run_tests(bld, binary, 900, slow[binary], excluded.get(binary, ()))
                     if outcome != "passed":
                         sys.exit("%s fails without a mutant; mend that first" % binary)
                     limits[binary] = max(20.0, 3 * seconds + 10)
@@ -460,10 +473,11 @@ def run(args):
                     elif not ok:
                         statuses[sfx] = "invalid"
                     elif args.per_test:
-                        outcome, killers[sfx] = run_tests_each(bld, binary, limits[binary], slow[binary])
+                        outcome, killers[sfx] = run_tests_each(bld, binary, limits[binary], slow[binary],
+                                                               excluded.get(binary, ()))
                         statuses[sfx] = "survived" if outcome == "passed" else "killed"
                     else:
-                        outcome, _ = run_tests(bld, binary, limits[binary], slow[binary])
+                        outcome, _ = run_tests(bld, binary, limits[binary], slow[binary], excluded.get(binary, ()))
                         statuses[sfx] = "survived" if outcome == "passed" else "killed"
                 restore()
             for sfx, out in sides:
@@ -556,6 +570,8 @@ def main():
                    help="slow tests of the same name in both suites (unchanged end-to-end runs) run once for both")
     p.add_argument("--per-test", action="store_true",
                    help="run every test to its end and keep the names of those that kill each mutant (slower)")
+    p.add_argument("--exclude", help="gtest patterns (a:b) of tests left out of every run, on both sides, "
+                                      "e.g. the end-to-end runs when their folder's code is not what they test")
     p.add_argument("--keep-tests", action="store_true",
                    help="the scratch keeps the tests it has (the suite before), also without --after-report")
     p.add_argument("--known-only", action="store_true",
