@@ -258,6 +258,21 @@ TEST_F(DecodeTest, BlockedCallsignIsRemovedOnceAndReleasedWhenTheUserTypesAnothe
     BLOCK_CALLSIGN.current.clear();
 }
 
+// Parking asks which aircraft the service still sends: only then every decoded one is noted, by hexid and,
+// when it has one, by callsign.
+TEST_F(DecodeTest, SeenAircraftAreNotedOnlyWhileParkingAsks) {
+    ASSERT_TRUE(decode(line()));
+    EXPECT_TRUE(trafficReader.seenHexids.empty());
+    trafficReader.collectSeen = true;
+    json noCallsign = line();
+    noCallsign[0] = "4b1615";
+    noCallsign[13] = nullptr;
+    ASSERT_TRUE(decode(line()) && decode(noCallsign));
+    EXPECT_EQ(trafficReader.seenHexids, (std::unordered_set<uint32_t>{0x4b1614, 0x4b1615}));
+    EXPECT_EQ(trafficReader.seenCallsigns, (std::unordered_set<std::string>{"SWR137H"}));
+    trafficReader.collectSeen = false;
+}
+
 TEST_F(DecodeTest, GroundDetectionTable) {
     gf_setParkAirport(kZurichLat, kZurichLon, kZurichElevationFt);
     const double lat = kZurichLat, lon = kZurichLon;
