@@ -1,5 +1,4 @@
 // SimConnect.cfg: sections, the folders in their order, and what SimConnect_Open makes of them.
-#include "platform/platform.h"
 #include "simlink/transport/config.h"
 #include "simlink/transport/session.h"
 #include "support/fixture.h"
@@ -14,18 +13,6 @@ protected:
         gf_setSimConnectCfgFolders({root_ / "public", root_ / "documents", root_});
     }
 };
-
-TEST_F(TransportConfig, WithoutAnyFileIndexZeroTakesTheDefaults) {
-    SimConnectConfig cfg;
-    cfg.port = "leftover";
-    EXPECT_TRUE(gf_readSimConnectConfig(0, cfg));
-    EXPECT_EQ(cfg.protocol, ScProtocol::Auto);
-    EXPECT_EQ(cfg.address, "");
-    EXPECT_EQ(cfg.port, "");
-    EXPECT_EQ(cfg.maxReceiveSize, 41088u);
-    EXPECT_FALSE(cfg.disableNagle);
-    EXPECT_FALSE(gf_readSimConnectConfig(1, cfg));
-}
 
 TEST_F(TransportConfig, LaterFoldersOverrideEarlierOnesKeyByKey) {
     writeFile("public/SimConnect.cfg",
@@ -137,17 +124,6 @@ TEST_F(TransportConfig, NothingToTryIsLoggedOnceAndFails) {
     }
     EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
     EXPECT_EQ(count(), 2u);
-}
-
-TEST_F(TransportConfig, RegistryPortsAreUsedWhenTheCfgHasNone) {
-    gf_setRegistryOverride([](const std::string& key, const std::string& value) -> std::optional<std::string> {
-        if (key == "SOFTWARE\\Lockheed Martin\\Prepar3D v5" && value == "SimConnect_Port_IPv4") return "1";
-        return std::nullopt;
-    });
-    HANDLE h = nullptr;
-    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);  // nobody listens on port 1
-    gf_setRegistryOverride(nullptr);
-    EXPECT_TRUE(logHas("IPv4 127.0.0.1:1"));
 }
 
 }  // namespace
