@@ -73,8 +73,8 @@ TEST_F(ScheduleTest, SixtyOneStepRunsOffTheFifteenGridWithParkedAircraft) {
     tickTo(914);
     EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 915 = 15 * 61
     links::answers.parkedTableEmpty = true;
-    tickTo(121);
-    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 122, nothing parked
+    tickTo(975);
+    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 976 = 16 * 61, nothing parked
 }
 
 TEST_F(ScheduleTest, RenewalMinutesCountDownAndWrap) {
