@@ -23,6 +23,7 @@
 #include "platform/platform.h"
 #include "platform/window.h"
 #include "service/client.h"
+#include "simlink/state.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;
@@ -193,6 +194,26 @@ TEST_F(StartTest, TheWaitForTheSimulatorEndsWithAnExit) {
     EXPECT_FALSE(lf_waitForSim());
     closer.join();
     EXPECT_FALSE(asked("requestUserOnGroundData"));
+}
+
+// Once the simulator runs, the start waits for the user aircraft's first on-ground answer and position,
+// asking for a snapshot each half second, and only then for its names.
+TEST_F(StartTest, TheWaitForTheSimulatorEndsWhenTheUserAircraftIsPlaced) {
+    run.simRunning = true;
+    user.userOnGroundKnown = true;
+    int sleeps = 0;
+    clock_.onSleep = [&sleeps] {
+        if (++sleeps == 3) links::answers.userPosition = LatLon{47.46, 8.55};
+        if (sleeps > 100) run.userClosed = true;  // a wait that never ends fails instead of hanging
+    };
+    const SteadyTime t0 = gf_steadyNow();
+    EXPECT_TRUE(lf_waitForSim());
+    clock_.onSleep = nullptr;
+    links::answers = {};
+    EXPECT_EQ(gf_steadyNow() - t0, std::chrono::milliseconds(3 * 500));
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "requestUserSnapshot"), 3);
+    const auto names = std::find(trace_.begin(), trace_.end(), "requestUserNames");
+    EXPECT_EQ(std::find(names, trace_.end(), "requestUserSnapshot"), trace_.end()) << "names once it is placed";
 }
 
 TEST_F(StartTest, ElapsedTimeSinceTheLastRunIsLogged) {
