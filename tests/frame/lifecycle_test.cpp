@@ -216,6 +216,20 @@ TEST_F(StartTest, TheWaitForTheSimulatorEndsWhenTheUserAircraftIsPlaced) {
     EXPECT_EQ(std::find(names, trace_.end(), "requestUserSnapshot"), trace_.end()) << "names once it is placed";
 }
 
+// A time shift kept from the last run is applied again at the start (unless sim time is on).
+TEST_F(StartTest, AKeptTimeShiftIsAppliedAgain) {
+    SIM_INSTALL_PATH.current = "C:\\P3D v5";
+    TIME_SHIFT_DAYS.current = 1;
+    TIME_SHIFT_HOURS.current = 2;
+    TIME_SHIFT_MINS.current = 3;
+    for (auto* p : {&TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS}) gf_saveParameter(*p);
+    gf_saveParameter(SIM_INSTALL_PATH);
+    run.userClosed = true;
+    lf_startUpZARK();
+    EXPECT_TRUE(loop.timeShifted);
+    EXPECT_EQ(TIME_SHIFT_DAYS.current * 1440 + TIME_SHIFT_HOURS.current * 60 + TIME_SHIFT_MINS.current, 1563);
+}
+
 TEST_F(StartTest, ElapsedTimeSinceTheLastRunIsLogged) {
     SIM_INSTALL_PATH.current = "C:\\P3D v5";
     LAST_EPOCH_TIME.current = static_cast<int32_t>(gf_epochSeconds() - 125);
