@@ -93,6 +93,8 @@ TEST_F(ExitTest, RestartCountsDownOnTheMessageLineWithoutLoggingEachStep) {
     SCAN_LIVERIES.current = true;
     SCAN_AIRPORTS.current = true;
     panel.qnhShown = 990;
+    panel.standCount = 7;
+    panel.qualityText.set("98%");
     exitWith(kExitRestart, 30);
     EXPECT_TRUE(logHas("Exiting: RESTART\n"));
     EXPECT_TRUE(logHas("Prepare for a restart ...\n"));
@@ -100,8 +102,10 @@ TEST_F(ExitTest, RestartCountsDownOnTheMessageLineWithoutLoggingEachStep) {
     EXPECT_FALSE(logHas("Restarting after 29 second"));
     EXPECT_EQ(gf_messageLine().message, "Restarting after 1 second");
     EXPECT_EQ(elapsed_, std::chrono::milliseconds(1500 + 30'000));
-    // What a restart clears beside the run's flags, and what it keeps.
+    // What a restart clears beside the run's flags (the panel shows nothing of the last run), and what it keeps.
     EXPECT_EQ(panel.qnhShown, 1013);
+    EXPECT_EQ(panel.standCount, 0);
+    EXPECT_EQ(panel.qualityText.get(), "");
     EXPECT_FALSE(SCAN_LIVERIES.current);  // reason 2 does not scan again
     EXPECT_FALSE(SCAN_AIRPORTS.current);
     EXPECT_NE(readFile(gf_parametersPath()).find("name=\"SCAN_LIVERIES\" value=\"false\""), std::string::npos);
