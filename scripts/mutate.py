@@ -231,11 +231,17 @@ def build(bld, targets, timeout):
         return False, "build timed out"
 
 
-def run_tests(bld, binary, timeout, slow=()):
+def gtest_filters(slow, excluded):
+    """The gtest filters of one run: the quick tests together, then each slow one alone; `excluded` in none."""
+    left_out = list(slow) + list(excluded)
+    return [("-" + ":".join(left_out)) if left_out else "*"] + list(slow)
+
+
+def run_tests(bld, binary, timeout, slow=(), excluded=()):
     """Runs the binary; tests that wait on real time (`slow`) run each in a process of its own beside the
     rest, so a mutant costs the longest of them, not their sum. Killed as soon as one process fails."""
     env = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
-    filters = [("-" + ":".join(slow)) if slow else "*"] + list(slow)
+    filters = gtest_filters(slow, excluded)
     started = time.monotonic()
     procs = [subprocess.Popen([os.path.join(bld, "tests", binary), "--gtest_filter=" + f], cwd=bld,
                               env=env, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
@@ -261,6 +267,48 @@ def run_tests(bld, binary, timeout, slow=()):
     return outcome, time.monotonic() - started
 
 
+def run_tests_each(bld, binary, timeout, slow=(), excluded=()):
+    """Like run_tests, but every test runs to its end (no fail-fast): the outcome and the names of the
+    tests that failed, so a report can say which tests kill which mutant. A process that hangs past the
+    limit counts its whole filter as the killer."""
+    env = dict(os.environ, GTEST_BRIEF="1")
+    env.pop("GTEST_FAIL_FAST", None)
+    filters = gtest_filters(slow, excluded)
+    outputs = [os.path.join(bld, "mutation-each-%s-%d.json" % (binary, k)) for k in range(len(filters))]
+    for out in outputs:
+        if os.path.exists(out):
+            os.remove(out)
+    started = time.monotonic()
+    procs = [subprocess.Popen([os.path.join(bld, "tests", binary), "--gtest_filter=" + f,
+                               "--gtest_output=json:" + out], cwd=bld, env=env, stdout=subprocess.DEVNULL,
+                              stderr=subprocess.DEVNULL, start_new_session=True)
+             for f, out in zip(filters, outputs)]
+    killers, outcome = [], "passed"
+    try:
+        while any(p.poll() is None for p in procs) and time.monotonic() - started <= timeout:
+            time.sleep(0.05)
+    finally:
+        for p, f, out in zip(procs, filters, outputs):
+            if p.poll() is None:
+                os.killpg(p.pid, signal.SIGKILL)
+                p.wait()
+                outcome = "timeout"
+                killers.append("timeout:" + f)
+                continue
+            named = []
+            if os.path.exists(out):
+                with open(out, encoding="utf-8") as fh:
+                    for suite in json.load(fh)["testsuites"]:
+                        for test in suite["testsuite"]:
+                            if test.get("failures"):
+                                named.append(suite["name"] + "." + test["name"])
+            if p.returncode != 0:
+                outcome = "failed" if outcome == "passed" else outcome
+                # a crash leaves no report: the filter it ran is the killer
+                killers += named or ["crash:" + f]
+    return outcome, killers
+
+
 def run_filters(bld, specs, timeout):
     """Runs each (binary, gtest filter) in a process of its own, all at once; the outcome of each."""
     env = dict(os.environ, GTEST_FAIL_FAST="1", GTEST_BRIEF="1")
@@ -283,11 +331,11 @@ def run_filters(bld, specs, timeout):
     return outcomes
 
 
-def time_tests(bld, binary):
-    """Per-test durations of one unmutated run; the names of those slower than 2 s."""
+def time_tests(bld, binary, excluded=()):
+    """Per-test durations of one unmutated run (the excluded tests left out); the names of those slower than 2 s."""
     report = os.path.join(bld, "mutation-times-%s.json" % binary)
-    subprocess.run([os.path.join(bld, "tests", binary), "--gtest_output=json:" + report], cwd=bld,
-                   capture_output=True)
+    subprocess.run([os.path.join(bld, "tests", binary), "--gtest_output=json:" + report,
+                    "--gtest_filter=" + gtest_filters((), excluded)[0]], cwd=bld, capture_output=True)
     slow = []
     with open(report, encoding="utf-8") as f:
         for suite in json.load(f)["testsuites"]:
@@ -330,7 +378,7 @@ def run(args):
     fresh_scratch = not os.path.isdir(os.path.join(src, "tests"))
     os.makedirs(src, exist_ok=True)
     # A scratch made earlier keeps its tests: they are the suite "before".
-    sync_scratch(src, keep_tests=not fresh_scratch and args.after_report is not None)
+    sync_scratch(src, keep_tests=not fresh_scratch and (args.after_report is not None or args.keep_tests))
     if not os.path.exists(os.path.join(bld, "build.ninja")):
         subprocess.run(["cmake", "-S", src, "-B", bld, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                         "-DCMAKE_CXX_FLAGS_DEBUG=-O0", "-DCMAKE_C_FLAGS_DEBUG=-O0", "-DZARK_BENCH=OFF"],
@@ -350,7 +398,7 @@ def run(args):
 
     signal.signal(signal.SIGTERM, on_signal)
     signal.signal(signal.SIGINT, on_signal)
-    limits, slow, prepared = {}, {}, set()
+    limits, slow, excluded, prepared = {}, {}, {}, set()
     try:
         for mutant in mutants:
             folder = mutant["file"].split("/")[0]
@@ -359,7 +407,12 @@ def run(args):
                     continue
             elif all(mutant["id"] in reports[sfx]["results"] for sfx, _ in sides):
                 continue
+            elif args.known_only and mutant["id"] not in reports[""]["results"]:
+                continue
             binaries = ["test_" + folder + sfx for sfx, _ in sides]
+            # a side that already holds this mutant keeps its result: only the missing side runs
+            done = {sfx: reports[sfx]["results"][mutant["id"]] for sfx, _ in sides
+                    if not args.rerun_survivors and mutant["id"] in reports[sfx]["results"]}
             if folder not in prepared:
                 # the working tree's tests of this folder as they stand now
                 if args.after_report:
@@ -371,8 +424,13 @@ def run(args):
                 if not ok:
                     sys.exit("the unmutated tree does not build:\n" + log)
                 for binary in binaries:
-                    slow[binary] = time_tests(bld, binary)
-                    outcome, seconds = run_tests(bld, binary, 900, slow[binary])
+                    if args.exclude:
+                        # tests left out of every run, on both sides; the reports say which
+                        excluded[binary] = args.exclude.split(":")
+                        for sfx, _ in sides:
+                            reports[sfx]["excluded"] = args.exclude
+                    slow[binary] = time_tests(bld, binary, excluded.get(binary, ()))
+                    outcome, seconds = run_tests(bld, binary, 900, slow[binary], excluded.get(binary, ()))
                     if outcome != "passed":
                         sys.exit("%s fails without a mutant; mend that first" % binary)
                     limits[binary] = max(20.0, 3 * seconds + 10)
@@ -385,7 +443,7 @@ def run(args):
             lines = text.split("\n")
             at = locate(lines, mutant)
             started = time.monotonic()
-            statuses = {}
+            statuses, killers = {}, {}
             if at < 0:
                 statuses = {sfx: "missing" for sfx, _ in sides}
             else:
@@ -393,9 +451,9 @@ def run(args):
                 lines[at] = mutant["mutated"]
                 with open(path, "w", encoding="utf-8") as f:
                     f.write("\n".join(lines))
-                ok, _ = build(bld, binaries, 900)
+                ok, _ = build(bld, [b for (sfx, _), b in zip(sides, binaries) if sfx not in done], 900)
                 shared = sorted(set(slow[binaries[0]]) & set(slow[binaries[-1]])) if args.share_slow else []
-                if ok and len(binaries) == 2 and shared:
+                if ok and len(binaries) == 2 and shared and not done:
                     # The slow tests both suites hold unchanged (the end-to-end runs) run once, for both.
                     specs = [(b, "-" + ":".join(slow[b])) for b in binaries]
                     specs += [(binaries[0], name) for name in shared]
@@ -406,14 +464,24 @@ def run(args):
                 for (sfx, _), binary in zip(sides, binaries):
                     if sfx in statuses:
                         continue
-                    if not ok:
+                    if sfx in done:
+                        statuses[sfx] = done[sfx]["status"]
+                        if "killers" in done[sfx]:
+                            killers[sfx] = done[sfx]["killers"]
+                    elif not ok:
                         statuses[sfx] = "invalid"
+                    elif args.per_test:
+                        outcome, killers[sfx] = run_tests_each(bld, binary, limits[binary], slow[binary],
+                                                               excluded.get(binary, ()))
+                        statuses[sfx] = "survived" if outcome == "passed" else "killed"
                     else:
-                        outcome, _ = run_tests(bld, binary, limits[binary], slow[binary])
+                        outcome, _ = run_tests(bld, binary, limits[binary], slow[binary], excluded.get(binary, ()))
                         statuses[sfx] = "survived" if outcome == "passed" else "killed"
                 restore()
             for sfx, out in sides:
                 reports[sfx]["results"][mutant["id"]] = dict(mutant, status=statuses[sfx], at=at + 1)
+                if sfx in killers:
+                    reports[sfx]["results"][mutant["id"]]["killers"] = killers[sfx]
                 save(reports[sfx], out)
             print("%s %-8s %s %s:%d %s (%.0f s)" % (mutant["id"], statuses.get("", "-"), statuses.get("_after", ""),
                                                    mutant["file"], at + 1, mutant["op"],
@@ -498,6 +566,14 @@ def main():
     p.add_argument("--fresh", action="store_true", help="ignore results already in the report")
     p.add_argument("--share-slow", action="store_true",
                    help="slow tests of the same name in both suites (unchanged end-to-end runs) run once for both")
+    p.add_argument("--per-test", action="store_true",
+                   help="run every test to its end and keep the names of those that kill each mutant (slower)")
+    p.add_argument("--exclude", help="gtest patterns (a:b) of tests left out of every run, on both sides, "
+                                      "e.g. the end-to-end runs when their folder's code is not what they test")
+    p.add_argument("--keep-tests", action="store_true",
+                   help="the scratch keeps the tests it has (the suite before), also without --after-report")
+    p.add_argument("--known-only", action="store_true",
+                   help="only the mutants the first report already holds (an after run on a partly run sample)")
     p.add_argument("--rerun-survivors", action="store_true",
                    help="run the working tree's tests again on the mutants that survived them (needs --after-report)")
     p = sub.add_parser("compare", help="compare two reports of the same sample")

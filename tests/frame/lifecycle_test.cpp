@@ -23,6 +23,7 @@
 #include "platform/platform.h"
 #include "platform/window.h"
 #include "service/client.h"
+#include "simlink/state.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;
@@ -91,10 +92,9 @@ TEST_F(ExitTest, KeepSimTimeKeepsTheShiftOverTheEnd) {
 TEST_F(ExitTest, RestartCountsDownOnTheMessageLineWithoutLoggingEachStep) {
     SCAN_LIVERIES.current = true;
     SCAN_AIRPORTS.current = true;
-    run.readerStopped = true;
-    run.tickPending = true;
-    loop.tickCount = 77;
     panel.qnhShown = 990;
+    panel.standCount = 7;
+    panel.qualityText.set("98%");
     exitWith(kExitRestart, 30);
     EXPECT_TRUE(logHas("Exiting: RESTART\n"));
     EXPECT_TRUE(logHas("Prepare for a restart ...\n"));
@@ -102,12 +102,10 @@ TEST_F(ExitTest, RestartCountsDownOnTheMessageLineWithoutLoggingEachStep) {
     EXPECT_FALSE(logHas("Restarting after 29 second"));
     EXPECT_EQ(gf_messageLine().message, "Restarting after 1 second");
     EXPECT_EQ(elapsed_, std::chrono::milliseconds(1500 + 30'000));
-    // What a restart clears, and what it keeps.
-    EXPECT_FALSE(run.readerStopped);
-    EXPECT_FALSE(run.tickPending);
-    EXPECT_EQ(loop.tickCount, 0);
+    // What a restart clears beside the run's flags (the panel shows nothing of the last run), and what it keeps.
     EXPECT_EQ(panel.qnhShown, 1013);
-    EXPECT_EQ(run.exitReason, kExitNotYetSet);
+    EXPECT_EQ(panel.standCount, 0);
+    EXPECT_EQ(panel.qualityText.get(), "");
     EXPECT_FALSE(SCAN_LIVERIES.current);  // reason 2 does not scan again
     EXPECT_FALSE(SCAN_AIRPORTS.current);
     EXPECT_NE(readFile(gf_parametersPath()).find("name=\"SCAN_LIVERIES\" value=\"false\""), std::string::npos);
@@ -200,6 +198,40 @@ TEST_F(StartTest, TheWaitForTheSimulatorEndsWithAnExit) {
     EXPECT_FALSE(lf_waitForSim());
     closer.join();
     EXPECT_FALSE(asked("requestUserOnGroundData"));
+}
+
+// Once the simulator runs, the start waits for the user aircraft's first on-ground answer and position,
+// asking for a snapshot each half second, and only then for its names.
+TEST_F(StartTest, TheWaitForTheSimulatorEndsWhenTheUserAircraftIsPlaced) {
+    run.simRunning = true;
+    user.userOnGroundKnown = true;
+    int sleeps = 0;
+    clock_.onSleep = [&sleeps] {
+        if (++sleeps == 3) links::answers.userPosition = LatLon{47.46, 8.55};
+        if (sleeps > 100) run.userClosed = true;  // a wait that never ends fails instead of hanging
+    };
+    const SteadyTime t0 = gf_steadyNow();
+    EXPECT_TRUE(lf_waitForSim());
+    clock_.onSleep = nullptr;
+    links::answers = {};
+    EXPECT_EQ(gf_steadyNow() - t0, std::chrono::milliseconds(3 * 500));
+    EXPECT_EQ(std::count(trace_.begin(), trace_.end(), "requestUserSnapshot"), 3);
+    const auto names = std::find(trace_.begin(), trace_.end(), "requestUserNames");
+    EXPECT_EQ(std::find(names, trace_.end(), "requestUserSnapshot"), trace_.end()) << "names once it is placed";
+}
+
+// A time shift kept from the last run is applied again at the start (unless sim time is on).
+TEST_F(StartTest, AKeptTimeShiftIsAppliedAgain) {
+    SIM_INSTALL_PATH.current = "C:\\P3D v5";
+    TIME_SHIFT_DAYS.current = 1;
+    TIME_SHIFT_HOURS.current = 2;
+    TIME_SHIFT_MINS.current = 3;
+    for (auto* p : {&TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS}) gf_saveParameter(*p);
+    gf_saveParameter(SIM_INSTALL_PATH);
+    run.userClosed = true;
+    lf_startUpZARK();
+    EXPECT_TRUE(loop.timeShifted);
+    EXPECT_EQ(TIME_SHIFT_DAYS.current * 1440 + TIME_SHIFT_HOURS.current * 60 + TIME_SHIFT_MINS.current, 1563);
 }
 
 TEST_F(StartTest, ElapsedTimeSinceTheLastRunIsLogged) {

@@ -73,8 +73,8 @@ TEST_F(ScheduleTest, SixtyOneStepRunsOffTheFifteenGridWithParkedAircraft) {
     tickTo(914);
     EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 915 = 15 * 61
     links::answers.parkedTableEmpty = true;
-    tickTo(121);
-    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 122, nothing parked
+    tickTo(975);
+    EXPECT_FALSE(has(tick(), "removeParkedDuplicates"));  // T = 976 = 16 * 61, nothing parked
 }
 
 TEST_F(ScheduleTest, RenewalMinutesCountDownAndWrap) {
@@ -183,12 +183,15 @@ TEST_F(ScheduleTest, AutoRangeNearFarAndBetween) {
     gf_autoRange();
     EXPECT_EQ(LATERAL_RANGE.current, 23);  // rounded plus 3
     EXPECT_EQ(parDerived.radiusMetres, 23 * 1852 + 10000);
+    EXPECT_TRUE(has(trace_, "computeQueryBox")) << "a new range asks for a new box";
     links::answers.nearestListedAirportNm = 36.9;
     gf_autoRange();
     EXPECT_EQ(LATERAL_RANGE.current, 40);
     links::answers.nearestListedAirportNm = 37.0;
+    trace_.clear();
     gf_autoRange();
     EXPECT_EQ(LATERAL_RANGE.current, 40);
+    EXPECT_FALSE(has(trace_, "computeQueryBox")) << "the same range keeps the box";
     EXPECT_EQ(gf_controlState(LATERAL_RANGE.controlId).text, "40");
 }
 
@@ -205,14 +208,14 @@ TEST_F(ScheduleTest, TimeShiftIsCutToFourWeeks) {
 }
 
 TEST_F(ScheduleTest, SilentTimeShiftShowsNothingAndRemovesNothing) {
-    gf_setTimeShift(1 * 1440 + 2 * 60 + 3, true);
+    gf_setTimeShift(1 * 1440 + 10 * 60 + 50, true);
     EXPECT_EQ(TIME_SHIFT_DAYS.current, 1);
-    EXPECT_EQ(TIME_SHIFT_HOURS.current, 2);
-    EXPECT_EQ(TIME_SHIFT_MINS.current, 3);
+    EXPECT_EQ(TIME_SHIFT_HOURS.current, 10);
+    EXPECT_EQ(TIME_SHIFT_MINS.current, 50);
     EXPECT_EQ(gf_messageLine().message, "");
     EXPECT_FALSE(has(trace_, "removeAllLive"));
     EXPECT_FALSE(run.parkUpdateRequested);
-    EXPECT_NE(readFile(gf_parametersPath()).find("name=\"TIME_SHIFT_HOURS\" value=\"2\""), std::string::npos);
+    EXPECT_NE(readFile(gf_parametersPath()).find("name=\"TIME_SHIFT_HOURS\" value=\"10\""), std::string::npos);
     gf_setTimeShift(0, false);
     EXPECT_FALSE(loop.timeShifted);
     EXPECT_EQ(gf_messageLine().message, "No time shift");

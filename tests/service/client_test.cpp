@@ -71,6 +71,13 @@ protected:
         f.message = "double says no";
         return f;
     }
+    // `rounds` good traffic rounds, then a 400 ends the loop; its code.
+    int32_t trafficRounds(int32_t rounds) {
+        double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, rounds));
+        int32_t code = 0;
+        lf_trafficLoop(trafficReader, code);
+        return code;
+    }
     // Intervals between the requests of one side never undercut the limit.
     static void expectPaced(const std::vector<tdbl::RequestRecord>& requests, int64_t limitMs) {
         for (size_t i = 1; i < requests.size(); ++i)
@@ -137,10 +144,7 @@ TEST_F(ClientTest, LoginRefusalsAndTheirConsequences) {
 
 TEST_F(ClientTest, HistoryThenPollingHandsOverTheRecordedFlights) {
     login();
-    {
-        std::lock_guard lock(service.trafficLock);
-        service.acceptTraffic = true;
-    }
+    gf_setAcceptTraffic(true);
     double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 4));
     int32_t code = 0;
     EXPECT_FALSE(lf_trafficLoop(trafficReader, code));
@@ -234,13 +238,8 @@ TEST_F(ClientTest, StopRequestEndsAStalledTransfer) {
 // Buffer 4 is the oldest snapshot: it is the initial load, due at once; buffer 0, the newest, is due last.
 TEST_F(ClientTest, HistoryBuffersComeOldestFirstEachSixSecondsLater) {
     login();
-    {
-        std::lock_guard lock(service.trafficLock);
-        service.acceptTraffic = true;
-    }
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 1));
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
+    gf_setAcceptTraffic(true);
+    trafficRounds(1);
     std::lock_guard lock(service.trafficLock);
     std::vector<TrafficRecord> all(service.initialLoad.begin(), service.initialLoad.end());
     all.insert(all.end(), service.liveQueue.begin(), service.liveQueue.end());
@@ -263,13 +262,12 @@ TEST_F(ClientTest, RaisedRateLimitsOfTheServiceAreHonoured) {
     const int64_t before = lf_nowMs();
     login();
     EXPECT_EQ(lf_nowMs() - before, 3000);
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 3));
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
+    trafficRounds(3);
     const auto traffic = double_->requests("/v4/traffic");
     ASSERT_EQ(traffic.size(), 4u);
     for (size_t i = 1; i < traffic.size(); ++i) EXPECT_EQ(traffic[i].steadyMs - traffic[i - 1].steadyMs, 5000);
     double_->addFault(fault("/v4/weather", FaultKind::Status, 400, /*skip*/ 1));
+    int32_t code = 0;
     lf_weatherLoop(weatherClient, code);
     std::vector<tdbl::RequestRecord> side;
     for (const auto& r : double_->requests())
@@ -413,14 +411,12 @@ TEST_F(WeatherTest, TheLampsShowWhatTheReadersLastGot) {
     EXPECT_EQ(panel.weatherLamp, 2);
 
     panel.trafficLamp = 2;  // as the start of the traffic shows it
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
-    lf_trafficLoop(trafficReader, code);
+    trafficRounds(2);
     gf_trafficLamps();
     EXPECT_EQ(panel.trafficLamp, 1);
     gf_setQueryPosition(10.0, 10.0);  // no flights there
     lf_updateArea();
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 2));
-    lf_trafficLoop(trafficReader, code);
+    trafficRounds(2);
     gf_trafficLamps();
     EXPECT_EQ(panel.trafficLamp, 2);
     gf_readerEnded("Traffic", panel.trafficLamp, weatherClient, 400, false);
@@ -492,9 +488,7 @@ TEST_F(ClientTest, LogoutEndsTheSessionOnce) {
 TEST_F(ClientTest, TimeShiftReachesTheRequests) {
     login();
     trafficReader.toffset = 90;
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 1));
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
+    trafficRounds(1);
     const auto traffic = double_->requests("/v4/traffic");
     ASSERT_EQ(traffic.size(), 2u);
     EXPECT_EQ(traffic[1].form.at("toffset"), "90");
@@ -511,9 +505,7 @@ namespace {
 TEST_F(ClientTest, AirspeedBankAndSourceOfTheScenarioReachTheRecords) {
     login();
     gf_setAcceptTraffic(true);
-    double_->addFault(fault("/v4/traffic", FaultKind::Status, 400, /*skip*/ 150));
-    int32_t code = 0;
-    lf_trafficLoop(trafficReader, code);
+    trafficRounds(150);
     std::lock_guard lock(service.trafficLock);
     int airspeeds = 0, banks = 0, sourceF = 0, tableSpeeds = 0;
     for (const TrafficRecord& r : service.liveQueue) {

@@ -258,6 +258,27 @@ TEST_F(DecodeTest, BlockedCallsignIsRemovedOnceAndReleasedWhenTheUserTypesAnothe
     BLOCK_CALLSIGN.current.clear();
 }
 
+// Parking asks which aircraft the service still sends: only then every decoded one is noted, by hexid and,
+// when it has one, by callsign; taking the notes ends the collection.
+TEST_F(DecodeTest, SeenAircraftAreNotedOnlyWhileParkingAsks) {
+    std::unordered_set<std::string> callsigns;
+    std::unordered_set<uint32_t> hexids;
+    ASSERT_TRUE(decode(line()));
+    gf_takeSeenAircraft(callsigns, hexids);
+    EXPECT_TRUE(hexids.empty());
+    trafficReader.collectSeen = true;
+    json noCallsign = line();
+    noCallsign[0] = "4b1615";
+    noCallsign[13] = nullptr;
+    ASSERT_TRUE(decode(line()) && decode(noCallsign));
+    gf_takeSeenAircraft(callsigns, hexids);
+    EXPECT_EQ(hexids, (std::unordered_set<uint32_t>{0x4b1614, 0x4b1615}));
+    EXPECT_EQ(callsigns, (std::unordered_set<std::string>{"SWR137H"}));
+    ASSERT_TRUE(decode(line()));
+    gf_takeSeenAircraft(callsigns, hexids);
+    EXPECT_TRUE(hexids.empty() && callsigns.empty()) << "taken once, and the collection ended";
+}
+
 TEST_F(DecodeTest, GroundDetectionTable) {
     gf_setParkAirport(kZurichLat, kZurichLon, kZurichElevationFt);
     const double lat = kZurichLat, lon = kZurichLon;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <map>
 
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
@@ -63,14 +64,6 @@ protected:
     std::unique_ptr<simdouble::InProcessSimulator> link_;
 };
 
-TEST_F(DoubleTest, TheDoubleUnderstandsTheWholeSetup) {
-    start();
-    ASSERT_TRUE(runMs(100));
-    EXPECT_TRUE(sim_->exceptions().empty()) << "every definition, mapping and group entry was understood";
-    EXPECT_TRUE(panel.simConnected);
-    EXPECT_EQ(panel.simText.get(), "Lockheed Martin Prepar3D v5 (5.4.9.28482)");
-}
-
 TEST_F(DoubleTest, AWrongSimulatorOrAMismatchEndsSimClient) {
     scenario_.applicationName = "KittyHawk";
     start();
@@ -106,41 +99,53 @@ TEST_F(DoubleTest, TheUserAircraftDrivesTheTickAndIsTracked) {
     EXPECT_TRUE(user.userOnGround);
     ASSERT_TRUE(runMs(1000));
     EXPECT_NEAR(simlink.frameRate, 30.0f, 0.5f) << "refreshed every 30th frame";
+    EXPECT_TRUE(sim_->exceptions().empty()) << "every definition, mapping and group entry was understood";
+    EXPECT_TRUE(panel.simConnected);
+    EXPECT_EQ(panel.simText.get(), "Lockheed Martin Prepar3D v5 (5.4.9.28482)");
 }
 
-TEST_F(DoubleTest, AnObjectIsCreatedFrozenMovedAndRemoved) {
+// The simulator announces and scans a helicopter as a type of its own (3); ours is tied to its request and
+// frozen all the same, beside an airliner; a title the simulator lacks fails its creation.
+TEST_F(DoubleTest, ObjectsAreCreatedFrozenMovedAndRemoved) {
+    scenario_.titles = {"FSPXAI B738 Lufthansa", "FSPXAI EC135 Rega"};
+    scenario_.helicopters = {"FSPXAI EC135 Rega"};
     start();
     UserSnapshot snapshot;
     gf_requestUserSnapshot(snapshot);
     ASSERT_TRUE(runUntil([] { return simlink.userObjectId != 0; }));
-
-    CreateRequest request;
-    request.initPosition = {47.4600, 8.5500, 1416.0, 0.0, 0.0, 120.0, 1, 0};
-    request.tail = "SWR12A";
-    request.title = "FSPXAI B738 Lufthansa";
-    request.hexid = 0x4B1815;
-    gf_queueCreate(request);
-    CreateRequest unknown = request;
-    unknown.title = "No Such Livery";
-    unknown.tail = "EZS99";
-    unknown.hexid = 0x4B1816;
-    gf_queueCreate(unknown);
-
-    ASSERT_TRUE(runUntil([] { return simQueues.addedObjects.size() == 1; }));
+    const auto request = [](const char* tail, const char* title, uint32_t hexid) {
+        CreateRequest r;
+        r.initPosition = {47.4600, 8.5500, 1416.0, 0.0, 0.0, 120.0, 1, 0};
+        r.tail = tail;
+        r.title = title;
+        r.hexid = hexid;
+        gf_queueCreate(r);
+    };
+    request("SWR12A", "FSPXAI B738 Lufthansa", 0x4B1815);
+    request("RGA1", "FSPXAI EC135 Rega", 0x4B0001);
+    request("EZS99", "No Such Livery", 0x4B1816);
+    ASSERT_TRUE(runMs(400));  // both objects exist
     gf_requestAircraftInRange();
-    ASSERT_TRUE(runUntil([this] { return eventOfKind(kSimLiveCreated) && eventOfKind(kSimCreateFailed); }));
-    const SimEvent created = *firstOfKind(kSimLiveCreated);
-    EXPECT_EQ(created.hexid, 0x4B1815u);
+    std::map<uint32_t, uint32_t> created;  // hexid -> object id
+    ASSERT_TRUE(runUntil([&] {
+        eventOfKind(kSimLiveCreated);
+        for (const SimEvent& e : events_)
+            if (e.kind == kSimLiveCreated) created[e.hexid] = e.objectId;
+        return created.size() == 2 && eventOfKind(kSimCreateFailed);
+    }));
     EXPECT_EQ(firstOfKind(kSimCreateFailed)->hexid, 0x4B1816u);
-    ASSERT_TRUE(runMs(100));
-    const simdouble::SimObject* object = sim_->object(created.objectId);
-    ASSERT_NE(object, nullptr);
-    EXPECT_EQ(object->tail, "SWR12A");
-    EXPECT_TRUE(object->released);
-    EXPECT_TRUE(object->freezeLatLon && object->freezeAltitude && object->freezeAttitude);
+    ASSERT_TRUE(runMs(100));  // the freeze goes out with the next frames
+    for (const auto& [hexid, tail] : {std::pair{0x4B1815u, "SWR12A"}, std::pair{0x4B0001u, "RGA1"}}) {
+        const simdouble::SimObject* object = sim_->object(created[hexid]);
+        ASSERT_NE(object, nullptr) << tail;
+        EXPECT_EQ(object->tail, tail);
+        EXPECT_TRUE(object->released);
+        EXPECT_TRUE(object->freezeLatLon && object->freezeAltitude && object->freezeAttitude) << tail;
+    }
 
+    const uint32_t airliner = created[0x4B1815];
     PositionUpdate p;
-    p.objectId = created.objectId;
+    p.objectId = airliner;
     p.latitude = 47.4610;
     p.longitude = 8.5510;
     p.altitude = 1416.0;
@@ -148,53 +153,14 @@ TEST_F(DoubleTest, AnObjectIsCreatedFrozenMovedAndRemoved) {
     gf_pushPosition(p);
     lf_swapOutboundPositions();
     ASSERT_TRUE(runMs(50));
-    EXPECT_NEAR(sim_->object(created.objectId)->latitude, 47.4610, 1e-9);
-    EXPECT_NEAR(sim_->object(created.objectId)->longitude, 8.5510, 1e-9);
+    EXPECT_NEAR(sim_->object(airliner)->latitude, 47.4610, 1e-9);
+    EXPECT_NEAR(sim_->object(airliner)->longitude, 8.5510, 1e-9);
 
-    gf_queueRemove(created.objectId);
+    const uint32_t rega = created[0x4B0001];
+    gf_queueRemove(rega);
     ASSERT_TRUE(runUntil([this] { return eventOfKind(kSimRemoved); }));
-    EXPECT_EQ(firstOfKind(kSimRemoved)->objectId, created.objectId);
-    EXPECT_NE(sim_->object(created.objectId)->removedMs, -1);
-}
-
-// The simulator announces and scans a helicopter as a type of its own (3); ours is tied to its request and
-// its removal reported all the same, and an airliner beside it still is.
-TEST_F(DoubleTest, AHelicopterOfOursIsTiedToItsRequestAndItsRemovalReported) {
-    scenario_.titles = {"FSPXAI B738 Lufthansa", "FSPXAI EC135 Rega"};
-    scenario_.helicopters = {"FSPXAI EC135 Rega"};
-    start();
-    UserSnapshot snapshot;
-    gf_requestUserSnapshot(snapshot);
-    ASSERT_TRUE(runUntil([] { return simlink.userObjectId != 0; }));
-    CreateRequest rega;
-    rega.initPosition = {47.4600, 8.5500, 1416.0, 0.0, 0.0, 120.0, 1, 0};
-    rega.tail = "RGA1";
-    rega.title = "FSPXAI EC135 Rega";
-    rega.hexid = 0x4B0001;
-    CreateRequest airliner = rega;
-    airliner.tail = "DLH4";
-    airliner.title = "FSPXAI B738 Lufthansa";
-    airliner.hexid = 0x3C0001;
-    gf_queueCreate(rega);
-    gf_queueCreate(airliner);
-    ASSERT_TRUE(runMs(400));  // both objects exist
-    gf_requestAircraftInRange();
-    ASSERT_TRUE(runUntil([this] {
-        eventOfKind(kSimLiveCreated);
-        int created = 0;
-        for (const SimEvent& e : events_) created += e.kind == kSimLiveCreated;
-        return created == 2;
-    })) << "both tied to their requests";
-    uint32_t regaId = 0;
-    for (const SimEvent& e : events_)
-        if (e.kind == kSimLiveCreated && e.hexid == 0x4B0001u) regaId = e.objectId;
-    ASSERT_NE(regaId, 0u);
-    ASSERT_TRUE(runMs(100));  // the freeze goes out with the next frames
-    EXPECT_EQ(sim_->object(regaId)->tail, "RGA1");
-    EXPECT_TRUE(sim_->object(regaId)->freezeLatLon);
-    gf_queueRemove(regaId);
-    ASSERT_TRUE(runUntil([this] { return eventOfKind(kSimRemoved); }));
-    EXPECT_EQ(firstOfKind(kSimRemoved)->objectId, regaId);
+    EXPECT_EQ(firstOfKind(kSimRemoved)->objectId, rega);
+    EXPECT_NE(sim_->object(rega)->removedMs, -1);
 }
 
 }  // namespace

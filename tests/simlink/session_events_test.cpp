@@ -15,10 +15,12 @@ using Exits = std::vector<std::pair<int, int>>;
 
 TEST_F(SessionTest, TheSimEventDrivesSimRunningAndAQuitStopsIt) {
     open();
+    gf_takeDirtyBands();
     sim_.sendEvent(kEvSim, 1);
     ASSERT_TRUE(step());
     EXPECT_TRUE(run.simRunning);
     EXPECT_TRUE(panel.simRunningShown);
+    EXPECT_TRUE(gf_takeDirtyBands() & (1u << static_cast<int>(Band::Status))) << "the panel shows it";
     sim_.sendEvent(kEvSim, 0, /*withFlags=*/false);  // the short form without flags counts the same
     ASSERT_TRUE(step());
     EXPECT_FALSE(run.simRunning);

@@ -107,16 +107,6 @@ std::string gf_describePacket(const uint8_t* data, size_t n, uint32_t* serial) {
     return lf_describe(id, r);
 }
 
-namespace {
-
-void lf_head(PacketWriter& w, uint32_t id) {
-    w.u32(0);  // size, filled by finish()
-    w.u32(5);
-    w.u32(id);
-}
-
-}  // namespace
-
 std::unique_ptr<InProcessConnection> ScriptedSim::connect(InProcessClient& client) {
     client_ = &client;
     ++connections;
@@ -148,97 +138,75 @@ void ScriptedSim::drop() {
     if (client_) client_->drop();
 }
 
-void ScriptedSim::sendOpen(const std::string& name, uint32_t major, uint32_t minor, uint32_t buildMajor,
-                           uint32_t buildMinor) {
+// A message of the simulator: the head (size filled by finish(), version 5, id), then what `body` writes.
+template <typename Body>
+void ScriptedSim::send(uint32_t id, Body body) {
     std::vector<uint8_t> m;
     PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_OPEN);
-    w.text(name, 256);
-    for (uint32_t v : {major, minor, buildMajor, buildMinor, 5u, 0u, 0u, 0u, 0u, 0u}) w.u32(v);
+    w.u32(0);
+    w.u32(5);
+    w.u32(id);
+    body(w);
     w.finish();
     sendRaw(m);
+}
+
+void ScriptedSim::sendOpen(const std::string& name, uint32_t major, uint32_t minor, uint32_t buildMajor,
+                           uint32_t buildMinor) {
+    send(SIMCONNECT_RECV_ID_OPEN, [&](PacketWriter& w) {
+        w.text(name, 256);
+        for (uint32_t v : {major, minor, buildMajor, buildMinor, 5u, 0u, 0u, 0u, 0u, 0u}) w.u32(v);
+    });
 }
 
 void ScriptedSim::sendQuit() {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_QUIT);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_QUIT, [](PacketWriter&) {});
 }
 
+// The event messages: group (none), event id, data, and the flags word unless the short form is asked for.
 void ScriptedSim::sendEvent(uint32_t eventId, uint32_t data, bool withFlags) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_EVENT);
-    w.u32(0xFFFFFFFFu);
-    w.u32(eventId);
-    w.u32(data);
-    if (withFlags) w.u32(0);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_EVENT, [&](PacketWriter& w) {
+        for (uint32_t v : {0xFFFFFFFFu, eventId, data}) w.u32(v);
+        if (withFlags) w.u32(0);
+    });
 }
 
 void ScriptedSim::sendAddRemove(uint32_t eventId, uint32_t objectId, uint32_t type, bool withFlags) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_EVENT_OBJECT_ADDREMOVE);
-    w.u32(0xFFFFFFFFu);
-    w.u32(eventId);
-    w.u32(objectId);
-    w.u32(type);
-    if (withFlags) w.u32(0);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_EVENT_OBJECT_ADDREMOVE, [&](PacketWriter& w) {
+        for (uint32_t v : {0xFFFFFFFFu, eventId, objectId, type}) w.u32(v);
+        if (withFlags) w.u32(0);
+    });
 }
 
 void ScriptedSim::sendFilename(const std::string& path) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_EVENT_FILENAME);
-    w.u32(0xFFFFFFFFu);
-    w.u32(206);
-    w.u32(0);
-    w.text(path, 260);
-    w.u32(0);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_EVENT_FILENAME, [&](PacketWriter& w) {
+        for (uint32_t v : {0xFFFFFFFFu, 206u, 0u}) w.u32(v);
+        w.text(path, 260);
+        w.u32(0);
+    });
 }
 
 void ScriptedSim::sendFrame(float frameRate, bool withFlags) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_EVENT_FRAME);
-    w.u32(0xFFFFFFFFu);
-    w.u32(204);
-    w.u32(0);
-    w.f32(frameRate);
-    w.f32(1.0f);
-    if (withFlags) w.u32(0);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_EVENT_FRAME, [&](PacketWriter& w) {
+        for (uint32_t v : {0xFFFFFFFFu, 204u, 0u}) w.u32(v);
+        w.f32(frameRate);
+        w.f32(1.0f);
+        if (withFlags) w.u32(0);
+    });
 }
 
 void ScriptedSim::sendException(uint32_t code, uint32_t sendId, uint32_t index) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, SIMCONNECT_RECV_ID_EXCEPTION);
-    w.u32(code);
-    w.u32(sendId);
-    w.u32(index);
-    w.finish();
-    sendRaw(m);
+    send(SIMCONNECT_RECV_ID_EXCEPTION, [&](PacketWriter& w) {
+        for (uint32_t v : {code, sendId, index}) w.u32(v);
+    });
 }
 
 void ScriptedSim::sendData(uint32_t requestId, uint32_t objectId, uint32_t defineId,
                            const std::vector<uint8_t>& payload, bool byType) {
-    std::vector<uint8_t> m;
-    PacketWriter w(m);
-    lf_head(w, byType ? SIMCONNECT_RECV_ID_SIMOBJECT_DATA_BYTYPE : SIMCONNECT_RECV_ID_SIMOBJECT_DATA);
-    for (uint32_t v : {requestId, objectId, defineId, 0u, 1u, 1u, 1u}) w.u32(v);
-    w.bytes(payload.data(), payload.size());
-    w.finish();
-    sendRaw(m);
+    send(byType ? SIMCONNECT_RECV_ID_SIMOBJECT_DATA_BYTYPE : SIMCONNECT_RECV_ID_SIMOBJECT_DATA, [&](PacketWriter& w) {
+        for (uint32_t v : {requestId, objectId, defineId, 0u, 1u, 1u, 1u}) w.u32(v);
+        w.bytes(payload.data(), payload.size());
+    });
 }
 
 std::vector<uint8_t> ScriptedSim::text(const std::string& s, size_t field) {

@@ -55,6 +55,9 @@ public:
     void closed() { client_ = nullptr; }
 
 private:
+    template <typename Body>
+    void send(uint32_t id, Body body);
+
     InProcessClient* client_ = nullptr;
     std::vector<std::string> lines_;
     uint32_t lastSerial_ = 0;

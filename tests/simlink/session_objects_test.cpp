@@ -278,13 +278,4 @@ TEST_F(ObjectsTest, At60FpsABusyLockMakesTheEngineWait) {
     EXPECT_EQ(sim_.takeLines(), (std::vector<std::string>{"SetData 402 130 64 50.2"}));
 }
 
-TEST_F(ObjectsTest, EventsAreDrainedUnderTheirLockInOrder) {
-    gf_pushSimEvent({0, 0x4CA123, 0, kSimBlocked, 0, 0});
-    gf_pushSimEvent({5000, 0, 0, kSimRemoved, 0, 0});
-    std::vector<uint32_t> kinds;
-    gf_drainSimEvents([&kinds](const SimEvent& e) { kinds.push_back(e.kind); });
-    EXPECT_EQ(kinds, (std::vector<uint32_t>{kSimBlocked, kSimRemoved}));
-    EXPECT_TRUE(events().empty());
-}
-
 }  // namespace

@@ -63,13 +63,6 @@ TEST_F(SessionTest, TheResetClosesTheSessionAndForgetsTheRun) {
     EXPECT_FALSE(user.writeParkListHead);
 }
 
-TEST_F(SessionTest, WithoutASimulatorTheOpenFailsQuietly) {
-    gf_setInProcessServer(nullptr);
-    EXPECT_FALSE(gf_openSimConnect());
-    EXPECT_EQ(simlink.hSimConnect, nullptr);
-    EXPECT_TRUE(errorLine().empty());
-}
-
 struct OpenCase {
     const char* name;
     const char* installPath;

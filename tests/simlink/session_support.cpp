@@ -1,5 +1,7 @@
 #include "session_support.h"
 
+#include <fmt/format.h>
+
 #include "frame/core/message.h"
 #include "liveries/dbase.h"
 
@@ -52,80 +54,67 @@ void gf_fillSmallDbase() {
 }
 
 std::vector<std::string> gf_expectedSetupLines() {
-    return {
-        "Open ZARK_P3D",
-        "Subscribe 201 Sim",
-        "Subscribe 202 ObjectAdded",
-        "Subscribe 203 ObjectRemoved",
-        "Subscribe 205 PositionChanged",
-        "Subscribe 206 FlightLoaded",
-        "Subscribe 204 Frame",
-        "Define 407 \"TITLE\" \"\" 11 0 4294967295",
-        "Define 408 \"ATC MODEL\" \"\" 6 0 4294967295",
-        "Define 409 \"SIM ON GROUND\" \"Bool\" 2 0 4294967295",
-        "Define 402 \"Plane Latitude\" \"degree\" 4 0 4294967295",
-        "Define 402 \"Plane Longitude\" \"degree\" 4 0 4294967295",
-        "Define 402 \"Plane Pitch degrees\" \"radians\" 4 0 4294967295",
-        "Define 402 \"Plane Bank degrees\" \"radians\" 4 0 4294967295",
-        "Define 402 \"Plane Heading degrees true\" \"radians\" 4 0 4294967295",
-        "Define 402 \"Plane Altitude\" \"feet\" 4 0 4294967295",
-        "Define 402 \"Vertical Speed\" \"feet per second\" 4 0 4294967295",
-        "Define 402 \"Airspeed True\" \"knots\" 4 0 4294967295",
-        "Define 403 \"Plane Latitude\" \"degree\" 4 0 4294967295",
-        "Define 403 \"Plane Longitude\" \"degree\" 4 0 4294967295",
-        "Define 403 \"Plane Pitch degrees\" \"radians\" 4 0 4294967295",
-        "Define 403 \"Plane Bank degrees\" \"radians\" 4 0 4294967295",
-        "Define 403 \"Plane Heading degrees true\" \"radians\" 4 0 4294967295",
-        "Define 403 \"Plane Altitude\" \"feet\" 4 0 4294967295",
-        "Define 403 \"Plane Alt Above Ground\" \"feet\" 4 0 4294967295",
-        "Define 403 \"Ground Velocity\" \"knots\" 4 0 4294967295",
-        "Define 403 \"ZULU TIME\" \"Seconds\" 2 0 4294967295",
-        "Define 403 \"ZULU DAY OF YEAR\" \"Number\" 2 0 4294967295",
-        "Define 403 \"ZULU YEAR\" \"Number\" 2 0 4294967295",
-        "Define 403 \"LIGHT STATES\" \"Mask\" 2 0 4294967295",
-        "Define 405 \"Static CG to Ground\" \"feet\" 4 0 4294967295",
-        "Define 405 \"Static Pitch\" \"radians\" 4 0 4294967295",
-        "Define 406 \"Light On States\" \"Mask\" 2 0 4294967295",
-        "Define 404 \"Plane Alt Above Ground\" \"feet\" 4 0 4294967295",
-        "Define 404 \"Ground Altitude\" \"feet\" 4 0 4294967295",
-        "Define 404 \"SIM ON GROUND\" \"Bool\" 2 0 4294967295",
-        "Define 404 \"ATC ID\" \"\" 6 0 4294967295",
-        "Map 220 GEAR_SET",
-        "Map 221 ENGINE_AUTO_START",
-        "Map 222 ENGINE_AUTO_SHUTDOWN",
-        "Map 223 THROTTLE_SET",
-        "Map 218 FLAPS_SET",
-        "Map 219 SPOILERS_SET",
-        "Map 208 NAV_LIGHTS_SET",
-        "Map 207 BEACON_LIGHTS_SET",
-        "Map 211 LANDING_LIGHTS_SET",
-        "Map 209 TAXI_LIGHTS_SET",
-        "Map 210 STROBES_SET",
-        "Map 213 LOGO_LIGHTS_SET",
-        "Map 212 CABIN_LIGHTS_SET",
-        "Map 214 ALL_LIGHTS_TOGGLE",
-        "Map 215 FREEZE_LATITUDE_LONGITUDE_SET",
-        "Map 216 FREEZE_ALTITUDE_SET",
-        "Map 217 FREEZE_ATTITUDE_SET",
-        "Define 401 \"SPOILERS HANDLE POSITION\" \"percent\" 4 0 4294967295",
-        "Define 401 \"GENERAL ENG THROTTLE LEVER POSITION:1\" \"percent\" 4 0 4294967295",
-        "Define 401 \"GENERAL ENG THROTTLE LEVER POSITION:2\" \"percent\" 4 0 4294967295",
-        "Group 301 208 1",
-        "Group 301 207 1",
-        "Group 301 211 1",
-        "Group 301 209 1",
-        "Group 301 210 1",
-        "Group 301 213 1",
-        "Group 301 212 1",
-        "Group 301 214 1",
-        "Group 301 218 1",
-        "Group 301 219 1",
-        "Group 301 220 1",
-        "Group 301 222 1",
-        "Group 301 223 1",
-        "Group 301 215 1",
-        "Group 301 216 1",
-        "Group 301 217 1",
-        "Priority 301 1",
+    std::vector<std::string> lines = {"Open ZARK_P3D",
+                                      "Subscribe 201 Sim",
+                                      "Subscribe 202 ObjectAdded",
+                                      "Subscribe 203 ObjectRemoved",
+                                      "Subscribe 205 PositionChanged",
+                                      "Subscribe 206 FlightLoaded",
+                                      "Subscribe 204 Frame"};
+    const auto define = [&lines](int def, const char* name, const char* unit, int type) {
+        lines.push_back(fmt::format("Define {} \"{}\" \"{}\" {} 0 4294967295", def, name, unit, type));
     };
+    define(407, "TITLE", "", 11);
+    define(408, "ATC MODEL", "", 6);
+    define(409, "SIM ON GROUND", "Bool", 2);
+    // The moved aircraft (402) and the user's snapshot (403) begin with the same six.
+    const auto place = [&define](int def) {
+        define(def, "Plane Latitude", "degree", 4);
+        define(def, "Plane Longitude", "degree", 4);
+        for (const char* name : {"Plane Pitch degrees", "Plane Bank degrees", "Plane Heading degrees true"})
+            define(def, name, "radians", 4);
+        define(def, "Plane Altitude", "feet", 4);
+    };
+    place(402);
+    define(402, "Vertical Speed", "feet per second", 4);
+    define(402, "Airspeed True", "knots", 4);
+    place(403);
+    define(403, "Plane Alt Above Ground", "feet", 4);
+    define(403, "Ground Velocity", "knots", 4);
+    define(403, "ZULU TIME", "Seconds", 2);
+    define(403, "ZULU DAY OF YEAR", "Number", 2);
+    define(403, "ZULU YEAR", "Number", 2);
+    define(403, "LIGHT STATES", "Mask", 2);
+    define(405, "Static CG to Ground", "feet", 4);
+    define(405, "Static Pitch", "radians", 4);
+    define(406, "Light On States", "Mask", 2);
+    define(404, "Plane Alt Above Ground", "feet", 4);
+    define(404, "Ground Altitude", "feet", 4);
+    define(404, "SIM ON GROUND", "Bool", 2);
+    define(404, "ATC ID", "", 6);
+    const std::pair<int, const char*> events[] = {{220, "GEAR_SET"},
+                                                  {221, "ENGINE_AUTO_START"},
+                                                  {222, "ENGINE_AUTO_SHUTDOWN"},
+                                                  {223, "THROTTLE_SET"},
+                                                  {218, "FLAPS_SET"},
+                                                  {219, "SPOILERS_SET"},
+                                                  {208, "NAV_LIGHTS_SET"},
+                                                  {207, "BEACON_LIGHTS_SET"},
+                                                  {211, "LANDING_LIGHTS_SET"},
+                                                  {209, "TAXI_LIGHTS_SET"},
+                                                  {210, "STROBES_SET"},
+                                                  {213, "LOGO_LIGHTS_SET"},
+                                                  {212, "CABIN_LIGHTS_SET"},
+                                                  {214, "ALL_LIGHTS_TOGGLE"},
+                                                  {215, "FREEZE_LATITUDE_LONGITUDE_SET"},
+                                                  {216, "FREEZE_ALTITUDE_SET"},
+                                                  {217, "FREEZE_ATTITUDE_SET"}};
+    for (const auto& [id, name] : events) lines.push_back(fmt::format("Map {} {}", id, name));
+    define(401, "SPOILERS HANDLE POSITION", "percent", 4);
+    define(401, "GENERAL ENG THROTTLE LEVER POSITION:1", "percent", 4);
+    define(401, "GENERAL ENG THROTTLE LEVER POSITION:2", "percent", 4);
+    for (int id : {208, 207, 211, 209, 210, 213, 212, 214, 218, 219, 220, 222, 223, 215, 216, 217})
+        lines.push_back(fmt::format("Group 301 {} 1", id));
+    lines.push_back("Priority 301 1");
+    return lines;
 }

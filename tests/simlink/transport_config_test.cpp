@@ -1,5 +1,4 @@
 // SimConnect.cfg: sections, the folders in their order, and what SimConnect_Open makes of them.
-#include "platform/platform.h"
 #include "simlink/transport/config.h"
 #include "simlink/transport/session.h"
 #include "support/fixture.h"
@@ -7,35 +6,13 @@
 
 namespace {
 
-class TransportConfig : public ZarkTest {
+class TransportConfig : public TransportTest {
 protected:
     void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
+        TransportTest::SetUp();
         gf_setSimConnectCfgFolders({root_ / "public", root_ / "documents", root_});
     }
-    void TearDown() override {
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
-    }
 };
-
-TEST_F(TransportConfig, SectionNamesFollowTheIndex) {
-    EXPECT_EQ(gf_simConnectSectionName(0), "SimConnect");
-    EXPECT_EQ(gf_simConnectSectionName(3), "SimConnect.3");
-}
-
-TEST_F(TransportConfig, WithoutAnyFileIndexZeroTakesTheDefaults) {
-    SimConnectConfig cfg;
-    cfg.port = "leftover";
-    EXPECT_TRUE(gf_readSimConnectConfig(0, cfg));
-    EXPECT_EQ(cfg.protocol, ScProtocol::Auto);
-    EXPECT_EQ(cfg.address, "");
-    EXPECT_EQ(cfg.port, "");
-    EXPECT_EQ(cfg.maxReceiveSize, 41088u);
-    EXPECT_FALSE(cfg.disableNagle);
-    EXPECT_FALSE(gf_readSimConnectConfig(1, cfg));
-}
 
 TEST_F(TransportConfig, LaterFoldersOverrideEarlierOnesKeyByKey) {
     writeFile("public/SimConnect.cfg",
@@ -85,19 +62,19 @@ std::string lf_utf16(const std::u16string& text, bool bigEndian, bool mark) {
 }
 
 TEST_F(TransportConfig, Utf16AndUtf8WithAMarkAreReadLikePlainText) {
-    const std::u16string text = u"[SimConnect]\r\nProtocol=IPv4\r\nAddress=Z\u00FCrich-pc\r\nPort=5010\r\n";
+    const std::u16string text = u"[SimConnect]\r\nProtocol=IPv4\r\nAddress=Z\u00FCrich-\u738B\r\nPort=5010\r\n";
     const std::pair<const char*, std::string> files[] = {
         {"UTF-16 LE with mark", lf_utf16(text, false, true)},
         {"UTF-16 BE with mark", lf_utf16(text, true, true)},
         {"UTF-16 LE without mark", lf_utf16(text, false, false)},
-        {"UTF-8 with mark", "\xEF\xBB\xBF[SimConnect]\nProtocol=IPv4\nAddress=Z\xC3\xBCrich-pc\nPort=5010\n"},
+        {"UTF-8 with mark", "\xEF\xBB\xBF[SimConnect]\nProtocol=IPv4\nAddress=Z\xC3\xBCrich-\xE7\x8E\x8B\nPort=5010\n"},
     };
     for (const auto& [name, bytes] : files) {
         writeFile("SimConnect.cfg", bytes);
         SimConnectConfig cfg;
         ASSERT_TRUE(gf_readSimConnectConfig(0, cfg)) << name;
         EXPECT_EQ(cfg.protocol, ScProtocol::IPv4) << name;
-        EXPECT_EQ(cfg.address, "Z\xC3\xBCrich-pc") << name;
+        EXPECT_EQ(cfg.address, "Z\xC3\xBCrich-\xE7\x8E\x8B") << name;  // both bytes of a character count
         EXPECT_EQ(cfg.port, "5010") << name;
     }
 }
@@ -131,21 +108,22 @@ TEST_F(TransportConfig, NothingToTryIsLoggedOnceAndFails) {
     HANDLE h = nullptr;
     EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
     EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
-    std::string log = logText();
     const std::string note = "SimConnect: nothing to connect to";
-    ASSERT_NE(log.find(note), std::string::npos);
-    EXPECT_EQ(log.find(note), log.rfind(note));
-}
-
-TEST_F(TransportConfig, RegistryPortsAreUsedWhenTheCfgHasNone) {
-    gf_setRegistryOverride([](const std::string& key, const std::string& value) -> std::optional<std::string> {
-        if (key == "SOFTWARE\\Lockheed Martin\\Prepar3D v5" && value == "SimConnect_Port_IPv4") return "1";
-        return std::nullopt;
-    });
-    HANDLE h = nullptr;
-    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);  // nobody listens on port 1
-    gf_setRegistryOverride(nullptr);
-    EXPECT_TRUE(logHas("IPv4 127.0.0.1:1"));
+    const auto count = [&] {
+        const std::string log = logText();
+        size_t n = 0;
+        for (size_t at = log.find(note); at != std::string::npos; at = log.find(note, at + 1)) ++n;
+        return n;
+    };
+    EXPECT_EQ(count(), 1u);
+    {  // a connection between two outages: the second is told again
+        RecordingServer server;
+        InProcessScope scope(server);
+        ASSERT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), S_OK);
+        SimConnect_Close(h);
+    }
+    EXPECT_EQ(SimConnect_Open(&h, "ZARK_P3D", nullptr, 0, nullptr, 0), E_FAIL);
+    EXPECT_EQ(count(), 2u);
 }
 
 }  // namespace

@@ -45,35 +45,6 @@ TEST(TransportFraming, MessageOfExactlyTheLimitIsAcceptedOneByteMoreEndsTheStrea
     EXPECT_EQ(cut.out.size(), 1u);
 }
 
-TEST(TransportFraming, TwoMessagesInOneReadAreBothTakenInOrder) {
-    Cut cut;
-    ReceiveFramer f;
-    Bytes a = sized(24, 1), b = sized(308, 2);
-    Bytes both = join({a, b});
-    EXPECT_TRUE(f.feed(both.data(), both.size(), cut.sink()));
-    ASSERT_EQ(cut.out.size(), 2u);
-    EXPECT_EQ(cut.out[0], a);
-    EXPECT_EQ(cut.out[1], b);
-    // A read that ends one byte into the next message keeps that byte.
-    EXPECT_TRUE(f.feed(both.data(), a.size() + 1, cut.sink()));
-    EXPECT_TRUE(f.feed(both.data() + a.size() + 1, b.size() - 1, cut.sink()));
-    ASSERT_EQ(cut.out.size(), 4u);
-    EXPECT_EQ(cut.out[3], b);
-}
-
-TEST(TransportFraming, MessageSplitOverThreeReadsIsTakenOnce) {
-    Cut cut;
-    ReceiveFramer f;
-    Bytes m = sized(5000);
-    EXPECT_TRUE(f.feed(m.data(), 3, cut.sink()));
-    EXPECT_TRUE(f.feed(m.data() + 3, 2500, cut.sink()));
-    EXPECT_TRUE(cut.out.empty());
-    EXPECT_TRUE(f.feed(m.data() + 2503, m.size() - 2503, cut.sink()));
-    ASSERT_EQ(cut.out.size(), 1u);
-    EXPECT_EQ(cut.out[0], m);
-    EXPECT_EQ(f.bufferSize() % kReceiveChunk, 0u);  // grown in steps of 2048
-}
-
 TEST(TransportFraming, ZeroPaddingBetweenMessagesIsSteppedOver) {
     Cut cut;
     ReceiveFramer f;
@@ -92,13 +63,14 @@ TEST(TransportFraming, ZeroPaddingBetweenMessagesIsSteppedOver) {
     EXPECT_EQ(slow.out, cut.out);
 }
 
+// A size of 1 to 3 cannot even hold itself; 4 is a (headless) message the dispatch drops later.
 TEST(TransportFraming, SizesOneToThreeBreakTheStream) {
-    for (uint32_t size : {1u, 2u, 3u}) {
+    for (uint32_t size : {1u, 2u, 3u, 4u}) {
         Cut cut;
         ReceiveFramer f;
         Bytes b(8, 0);
         scwire::gf_putU32(b.data(), size);
-        EXPECT_FALSE(f.feed(b.data(), b.size(), cut.sink())) << size;
+        EXPECT_EQ(f.feed(b.data(), 4, cut.sink()), size == 4) << size;
     }
 }
 
@@ -106,8 +78,11 @@ TEST(TransportFraming, BufferGrowsToOneMebibyteAndNoFurther) {
     Cut cut;
     ReceiveFramer f(2 * 1024 * 1024);
     Bytes m = sized(1024 * 1024);
+    Bytes odd = sized(5000);
+    EXPECT_TRUE(f.feed(odd.data(), odd.size(), cut.sink()));
+    EXPECT_EQ(f.bufferSize() % kReceiveChunk, 0u);  // grown in steps of 2048
     EXPECT_TRUE(f.feed(m.data(), m.size(), cut.sink()));
-    EXPECT_EQ(cut.out.size(), 1u);
+    EXPECT_EQ(cut.out.size(), 2u);
     ReceiveFramer g(2 * 1024 * 1024);
     Bytes tooBig = sized(1024 * 1024 + 1);
     EXPECT_FALSE(g.feed(tooBig.data(), tooBig.size(), cut.sink()));

@@ -39,20 +39,17 @@ struct Expect {
     }
 };
 
-class TransportPackets : public ZarkTest {
+class TransportPackets : public TransportTest {
 protected:
     void SetUp() override {
-        ZarkTest::SetUp();
-        gf_resetSimConnectTransport();
-        gf_setSimConnectCfgFolders({root_});
+        TransportTest::SetUp();
         scope_ = std::make_unique<InProcessScope>(server_);
         ASSERT_EQ(SimConnect_Open(&h_, "ZARK_P3D", nullptr, 0, nullptr, 0), S_OK);
     }
     void TearDown() override {
         if (h_) SimConnect_Close(h_);
         scope_.reset();
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
+        TransportTest::TearDown();
     }
     const Bytes& last() const { return server_.packets.back(); }
     RecordingServer server_;

@@ -43,23 +43,22 @@ protected:
     Received got_;
 };
 
-TEST_F(TransportSocket, ConnectsOverIPv4Loopback) {
-    ASSERT_TRUE(connect("IPv4", "127.0.0.1"));
-    EXPECT_EQ(gf_sessionTransportName(h_), "IPv4");
+struct Loopback {
+    const char *protocol, *address, *used;
+};
+class TransportSockets : public TransportSocket, public ::testing::WithParamInterface<Loopback> {};
+
+// Auto tries IPv6 first and falls back to IPv4.
+TEST_P(TransportSockets, ConnectsOverLoopback) {
+    const Loopback& c = GetParam();
+    if (!connect(c.protocol, c.address)) GTEST_SKIP() << "no " << c.protocol << " loopback on this machine";
+    EXPECT_EQ(gf_sessionTransportName(h_), c.used);
     openAndAsk();
 }
 
-TEST_F(TransportSocket, ConnectsOverIPv6Loopback) {
-    if (!connect("IPv6", "::1")) GTEST_SKIP() << "no IPv6 loopback on this machine";
-    EXPECT_EQ(gf_sessionTransportName(h_), "IPv6");
-    openAndAsk();
-}
-
-TEST_F(TransportSocket, AutoFallsBackFromIPv6ToIPv4) {
-    ASSERT_TRUE(connect("Auto", "127.0.0.1"));
-    EXPECT_EQ(gf_sessionTransportName(h_), "IPv4");
-    openAndAsk();
-}
+INSTANTIATE_TEST_SUITE_P(Protocols, TransportSockets,
+                         ::testing::Values(Loopback{"IPv4", "127.0.0.1", "IPv4"}, Loopback{"IPv6", "::1", "IPv6"},
+                                           Loopback{"Auto", "127.0.0.1", "IPv4"}));
 
 TEST_F(TransportSocket, DroppedConnectionIsReportedByTheNextDispatch) {
     ASSERT_TRUE(connect("IPv4", "127.0.0.1"));

@@ -12,6 +12,7 @@
 #include "simlink/transport/config.h"
 #include "simlink/transport/session.h"
 #include "support/fixture.h"
+#include "transport_support.h"
 
 namespace {
 
@@ -28,15 +29,11 @@ std::optional<std::string> lf_registry(const std::string& key, const std::string
     return std::nullopt;
 }
 
-class TransportVersion : public ZarkTest {
+class TransportVersion : public TransportTest {
 protected:
     void SetUp() override {
-        ZarkTest::SetUp();
+        TransportTest::SetUp();
         gf_setRegistryOverride(lf_registry);
-    }
-    void TearDown() override {
-        gf_resetSimConnectTransport();
-        ZarkTest::TearDown();
     }
 };
 

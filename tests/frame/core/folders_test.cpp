@@ -133,71 +133,54 @@ TEST_F(FoldersTest, SimVersionBySubstringThenParameter) {
     }
 }
 
+// The machine's registry: the SetupPath of each installed Prepar3D, by its major version.
 namespace {
-std::map<std::string, std::string> g_fakeRegistry;
-std::optional<std::string> lf_fakeRegistry(const std::string& key, const std::string&) {
-    auto it = g_fakeRegistry.find(key);
-    if (it == g_fakeRegistry.end()) return std::nullopt;
-    return it->second;
-}
-const std::string kV4 = "SOFTWARE\\Lockheed Martin\\Prepar3D v4";
-const std::string kV5 = "SOFTWARE\\Lockheed Martin\\Prepar3D v5";
-const std::string kV6 = "SOFTWARE\\Lockheed Martin\\Prepar3D v6";
+const std::map<int, std::string>* g_installed = nullptr;
 }  // namespace
 
-class DetectSimTest : public ZarkTest {
-protected:
-    void SetUp() override {
-        ZarkTest::SetUp();
-        g_fakeRegistry.clear();
-        gf_setRegistryOverride(&lf_fakeRegistry);
-    }
-    int detectCode() {
+TEST_F(FoldersTest, TheSimulatorIsDetectedInTheRegistry) {
+    const struct {
+        std::map<int, std::string> installed;
+        bool scanFolder;  // the user scans by folders: no install path needed yet
+        int code;         // 0, or the user error thrown
+        const char* path;
+        const char* logged;
+    } cases[] = {
+        {{{5, "C:\\Prepar3D v5\\"}}, false, 0, "C:\\Prepar3D v5\\", "P3Dv5 detected\n"},
+        {{{4, "C:\\P3Dv4"}, {6, "C:\\P3Dv6"}}, false, 0, "C:\\P3Dv6", "P3Dv4 detected\n"},  // 4 named, 6 counts
+        {{{5, "a"}, {6, "b"}}, false, 153, "", ""},
+        {{{5, ""}}, false, 151, "", "P3Dv5 detected\n"},
+        {{{4, "C:\\P3Dv4"}}, false, 151, "", "P3D not detected?\n"},
+        {{{4, "C:\\P3Dv4"}}, true, 0, "", ""},
+        {{}, false, 151, "", ""},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.code);
+        SIM_INSTALL_PATH.current = "left over";
+        afolder[2].current = c.scanFolder ? "D:\\Addon Scenery" : "";
+        g_installed = &c.installed;
+        gf_setRegistryOverride([](const std::string& key, const std::string& value) -> std::optional<std::string> {
+            for (const auto& [version, path] : *g_installed)
+                if (value == "SetupPath" && key == "SOFTWARE\\Lockheed Martin\\Prepar3D v" + std::to_string(version))
+                    return path;
+            return std::nullopt;
+        });
+        int code = 0;
         try {
             lf_detectSim();
         } catch (const zel::UserErrorException& e) {
-            return e.code();
+            code = e.code();
         }
-        return 0;
+        EXPECT_EQ(code, c.code);
+        if (code == 0 && !c.scanFolder) {
+            EXPECT_EQ(SIM_INSTALL_PATH.current, c.path);
+            EXPECT_NE(readFile(gf_parametersPath()).find(c.path), std::string::npos) << "saved";
+        }
+        if (code == 151) {
+            EXPECT_EQ(SIM_INSTALL_PATH.current, "");
+        }
+        EXPECT_TRUE(logHas(c.logged));
     }
-};
-
-TEST_F(DetectSimTest, OneVersionGivesItsPath) {
-    g_fakeRegistry[kV5] = "C:\\Program Files\\Lockheed Martin\\Prepar3D v5\\";
-    EXPECT_EQ(detectCode(), 0);
-    EXPECT_EQ(SIM_INSTALL_PATH.current, "C:\\Program Files\\Lockheed Martin\\Prepar3D v5\\");
-    EXPECT_TRUE(logHas("P3Dv5 detected\n"));
-    EXPECT_NE(readFile(gf_parametersPath()).find("Prepar3D v5"), std::string::npos);
-}
-
-TEST_F(DetectSimTest, VersionFourBesideSixIsNamedFourButSixCounts) {
-    g_fakeRegistry[kV4] = "C:\\P3Dv4";
-    g_fakeRegistry[kV6] = "C:\\P3Dv6";
-    EXPECT_EQ(detectCode(), 0);
-    EXPECT_TRUE(logHas("P3Dv4 detected\n"));
-    EXPECT_EQ(SIM_INSTALL_PATH.current, "C:\\P3Dv6");
-}
-
-TEST_F(DetectSimTest, TwoVersionsOrAnEmptyPathAreUserErrors) {
-    g_fakeRegistry[kV5] = "a";
-    g_fakeRegistry[kV6] = "b";
-    EXPECT_EQ(detectCode(), 153);
-    g_fakeRegistry.erase(kV6);
-    g_fakeRegistry[kV5] = "";
-    EXPECT_EQ(detectCode(), 151);
-}
-
-TEST_F(DetectSimTest, OnlyVersionFourIsNotDetected) {
-    g_fakeRegistry[kV4] = "C:\\P3Dv4";
-    EXPECT_EQ(detectCode(), 151);
-    EXPECT_TRUE(logHas("P3D not detected?\n"));
-    // A user who scans by folders needs no install path yet.
-    afolder[2].current = "D:\\Addon Scenery";
-    EXPECT_EQ(detectCode(), 0);
-}
-
-TEST_F(DetectSimTest, LinuxHasNoRegistry) {
-    gf_setRegistryOverride(nullptr);
-    EXPECT_FALSE(gf_readRegistryString(kV5, "SetupPath").has_value());
-    EXPECT_EQ(detectCode(), 151);
+    gf_setRegistryOverride(nullptr);  // Linux has no registry
+    EXPECT_FALSE(gf_readRegistryString("SOFTWARE\\Lockheed Martin\\Prepar3D v5", "SetupPath").has_value());
 }

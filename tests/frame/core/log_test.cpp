@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "common/clock.h"
 #include "frame/core/errors.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
@@ -94,4 +95,11 @@ TEST(TimeStamps, AsctimeLayoutInUtc) {
     using namespace std::chrono;
     const system_clock::time_point t{seconds(1'767'225'600 + 5 * 3600 + 7 * 60 + 9)};  // 2026-01-01 05:07:09
     EXPECT_EQ(gf_timeStamp(t), "Thu Jan  1 05:07:09 2026");
+    // The date the data files' meta blocks carry, and the time of day, of the program's clock.
+    ManualClock december;
+    december.utc = UtcTime{seconds(1'796'475'899)};  // 2026-12-05 13:04:59
+    gf_useManualClock(&december);
+    EXPECT_EQ(gf_dateOfToday(), "Dec 5, 2026");
+    EXPECT_EQ(gf_timeOfDay(), "13:04:59");
+    gf_useManualClock(nullptr);
 }

@@ -46,6 +46,7 @@ TEST_F(ParametersTest, MissingFileHealsToTheFullTableWithoutTheFolders) {
     EXPECT_NE(log.find(std::string(29, '*') + " parameters " + std::string(29, '*')), std::string::npos);
     EXPECT_NE(log.find("LOG=true\n"), std::string::npos);
     EXPECT_NE(log.find("MAX_LIVE=300\n"), std::string::npos);
+    EXPECT_NE(f.find("name=\"MAIN_WINDOW_Y\" value=\"20\""), std::string::npos) << "the window's first place";
     EXPECT_TRUE(gf_controlState(LOG.controlId).checked);
     EXPECT_EQ(gf_controlState(MAX_LIVE.controlId).text, "300");
 }
