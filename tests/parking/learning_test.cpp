@@ -32,7 +32,7 @@ uint64_t lf_bits(std::initializer_list<uint32_t> halfHours) {
     return b;
 }
 
-class LearningTest : public ParkingTest {
+class LearningTest : public ParkAirportTest {
 protected:
     // A table of `count` stands of 20 m radius, 100 m apart, at the park airport Toulouse.
     static void smallAirport(size_t count) {

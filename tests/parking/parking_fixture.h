@@ -14,7 +14,7 @@
 #include "simlink/user.h"
 #include "support/fixture.h"
 
-class ParkingTest : public ZarkTest {
+class ParkAirportTest : public ZarkTest {
 protected:
     void SetUp() override {
         ZarkTest::SetUp();

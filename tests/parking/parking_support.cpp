@@ -19,12 +19,8 @@ void ParkingTest::SetUp() {
     fs::create_directories("airports/archive/stock");
     fs::create_directories("input");
     fs::copy_file(install / "airports/archive/stock/LSZH.xml", "airports/archive/stock/LSZH.xml");
-    static const bool dbaseRead = [&install] {
-        fs::copy_file(install / "input/dbase.xml", "input/dbase.xml");
-        gf_readDbase();  // kept over the resets of the fixtures
-        return true;
-    }();
-    (void)dbaseRead;
+    fs::copy_file(install / "input/dbase.xml", "input/dbase.xml");
+    gf_readDbase();
     liveries.liveryList = {{kGenericAirline, "A320", "Generic A320", "", 0, false},
                            {kGenericAirline, "B77W", "Generic B77W", "", 0, false}};
     gf_processScannedLiveries();

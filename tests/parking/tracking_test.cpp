@@ -29,7 +29,7 @@ constexpr LatLon kLfpg{49.0128, 2.55};
 
 LatLon lf_east(LatLon p, double nm) { return gf_destinationPoint(p, kPi / 2, nm * kFeetPerNm); }
 
-class TrackingTest : public ParkingTest {};
+class TrackingTest : public ParkAirportTest {};
 
 TEST_F(TrackingTest, TheUserFliesFromZurichToParisAndBack) {
     writeFile(folders::myParkAirports, "LFPG\nLSZH\n");
