@@ -20,6 +20,7 @@
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
 #include "liveries/dbase.h"
+#include "platform/files.h"
 
 namespace fs = std::filesystem;
 
@@ -195,7 +196,7 @@ void lf_keepAside(const fs::path& learnedPath, const std::string& why) {
     if (!fs::exists(learnedPath, ec)) return;
     fs::path aside = learnedPath;
     aside.replace_extension(".0" + learnedPath.extension().string());
-    fs::copy_file(learnedPath, aside, fs::copy_options::overwrite_existing, ec);
+    gf_copyFileReplacing(learnedPath, aside, ec);
     if (ec)
         gf_logMarkf("{} found, but could not be loaded, nor copied to {}: {}", learnedPath.string(), aside.string(),
                     ec.message());

@@ -79,7 +79,7 @@ void lf_forEachUserLine(OnLine onLine, OnEnd onEnd, OnError onError) {
     std::error_code ec;
     for (const auto& entry : fs::directory_iterator(folders::myRegcodes, ec)) {
         if (!entry.is_regular_file(ec) || !lf_isTxt(entry.path())) continue;
-        const std::string path = entry.path().string();
+        const std::string path = entry.path().generic_string();  // shown in the report
         try {
             std::vector<std::string> lines;
             gf_readExtTextFileToStringVector(entry.path(), lines);

@@ -32,7 +32,7 @@ std::string lf_writeReport(const Report& r) {
     std::string text;
     for (const std::string& l : lines) text += l + "\n";
     gf_saveText(text, path, false);
-    return path.string();
+    return path.generic_string();  // one kind of slash in the log, also on Windows
 }
 
 }  // namespace

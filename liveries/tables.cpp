@@ -75,7 +75,7 @@ void lf_buildInlineRegcodes() {
     std::string text;
     for (const std::string& c : clashes) text += c + "\n";
     gf_saveText(text, path, false);
-    gf_logf("{} in-line regcode clashes, see \"{}\"", clashes.size(), path.string());
+    gf_logf("{} in-line regcode clashes, see \"{}\"", clashes.size(), path.generic_string());
 }
 
 // Sorted by model; within a model the airlines in byte order, then list order, so that a run rebuilds

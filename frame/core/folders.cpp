@@ -14,6 +14,7 @@
 #include "frame/core/panel.h"
 #include "frame/core/params.h"
 #include "frame/core/textfiles.h"
+#include "platform/files.h"
 #include "platform/platform.h"
 
 namespace fs = std::filesystem;
@@ -92,7 +93,7 @@ void lf_keyFileFirstStart() {
     const fs::path app = gf_serviceAppKeyPath();
     std::error_code ec;
     if (fs::exists(app, ec)) {
-        fs::copy_file(app, kAccountKeyFile, fs::copy_options::overwrite_existing, ec);
+        gf_copyFileReplacing(app, kAccountKeyFile, ec);
         if (!ec) {
             gf_logLine(fmt::format("copied your \"{}\" to here", app.string()));
             return;

@@ -7,6 +7,7 @@
 
 #include "common/clock.h"
 #include "frame/core/errors.h"
+#include "platform/files.h"
 #include "platform/platform.h"
 
 namespace {
@@ -110,9 +111,9 @@ void gf_backupFile(const std::filesystem::path& path) {
     const fs::path first = path.parent_path() / (name.substr(0, dot) + "0" + name.substr(dot));
     const fs::path second = path.parent_path() / (name.substr(0, dot) + "00" + name.substr(dot));
     std::error_code ec;
-    fs::copy_file(first, second, fs::copy_options::overwrite_existing, ec);
+    gf_copyFileReplacing(first, second, ec);
     if (ec && ec != std::errc::no_such_file_or_directory) throw fs::filesystem_error("copy_file", first, second, ec);
     ec.clear();
-    fs::copy_file(path, first, fs::copy_options::overwrite_existing, ec);
+    gf_copyFileReplacing(path, first, ec);
     if (ec && ec != std::errc::no_such_file_or_directory) throw fs::filesystem_error("copy_file", path, first, ec);
 }

@@ -329,11 +329,13 @@ TEST_F(AirportFileTest, AFailedSaveLeavesThePreviousFileWhole) {
     }
     fs::create_directories("airports/learned/stock");
     writeFile(kLearned, "previous");
+#ifndef _WIN32  // Windows has no limit of a file's size to break a write off with
     // The file may not grow past 16 KiB: the temporary file breaks off half-way.
     const bool saved = gf_withFileSizeLimit(16384, [&] { return gf_writeApf(data, kLearned, true); });
     EXPECT_FALSE(saved);
     EXPECT_EQ(readFile(kLearned), "previous");
     EXPECT_EQ(std::distance(fs::directory_iterator("airports/learned/stock"), fs::directory_iterator()), 1);
+#endif
     // A folder that is not there: nothing written, the log says so.
     EXPECT_FALSE(gf_writeApf(data, "airports/learned/nowhere/EXMP.xml", true));
     EXPECT_TRUE(logHas("could not save to \"airports/learned/nowhere/EXMP.xml\""));

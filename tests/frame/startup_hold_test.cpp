@@ -25,7 +25,8 @@ protected:
         gf_readParameters();
         std::filesystem::copy(gf_binaryDir() / "install" / "input", "input", std::filesystem::copy_options::recursive);
         std::filesystem::create_directories("output");
-        std::filesystem::copy(gf_binaryDir() / "install" / "output" / "LiveriesScanned.xml", "output");
+        std::filesystem::copy_file(gf_binaryDir() / "install" / "output" / "LiveriesScanned.xml",
+                                   "output/LiveriesScanned.xml");
         links::databaseRead = false;
         SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D v5";
         PROGRAM_VERSION.current = "9.3.0";

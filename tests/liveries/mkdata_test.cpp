@@ -1,11 +1,11 @@
 // The data tool gives the same bytes for the same data, and refuses bad calls with a clear message.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <fmt/format.h>
 
+#include "support/build_tools.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;
@@ -16,20 +16,9 @@ class MkdataTest : public ZarkTest {
 protected:
     void SetUp() override {
         ZarkTest::SetUp();
-#ifdef _WIN32
-        GTEST_SKIP() << "mkdata runs on the build machine (Linux); the Windows build copies its output";
-#endif
+        ZARK_SKIP_WITHOUT_BUILD_TOOLS();
     }
-    int run(const std::string& args) {
-        const std::string cmd =
-            fmt::format("\"{}\" {} > mkdata.out 2>&1", (gf_binaryDir() / "tools/mkdata/mkdata").string(), args);
-        const int status = std::system(cmd.c_str());
-#ifdef _WIN32
-        return status;
-#else
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-#endif
-    }
+    static int run(const std::string& args) { return gf_runBuildTool("mkdata", args); }
 };
 
 }  // namespace

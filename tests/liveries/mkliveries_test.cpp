@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <fmt/format.h>
@@ -13,6 +12,7 @@
 #include "liveries/dbase.h"
 #include "liveries/liveries_file.h"
 #include "liveries/matching.h"
+#include "support/build_tools.h"
 #include "support/fixture.h"
 
 namespace fs = std::filesystem;
@@ -21,17 +21,13 @@ namespace {
 
 class MkliveriesTest : public ZarkTest {
 protected:
-    int run(const std::string& args) {
-        const std::string cmd = fmt::format("\"{}\" {} > mkliveries.out 2>&1",
-                                            (gf_binaryDir() / "tools/mkliveries/mkliveries").string(), args);
-        const int status = std::system(cmd.c_str());
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+    static int run(const std::string& args) { return gf_runBuildTool("mkliveries", args); }
 };
 
 }  // namespace
 
 TEST_F(MkliveriesTest, TheSameBuildGivesByteIdenticalFilesAndBadCallsAreRefused) {
+    ZARK_SKIP_WITHOUT_BUILD_TOOLS();
     fs::create_directories("fresh");
     ASSERT_EQ(run("fresh"), 0) << readFile("mkliveries.out");
     for (const char* f : {"output/LiveriesScanned.xml", "input/AIG-regcodes.xml"}) {

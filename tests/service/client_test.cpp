@@ -27,6 +27,19 @@ using tdbl::Fault;
 using tdbl::FaultKind;
 
 namespace {
+
+// Sets (or with an empty value removes) a variable of the test's own environment; Windows' C runtime has
+// no setenv.
+void lf_setEnvironment(const char* name, const std::string& value) {
+#ifdef _WIN32
+    _putenv_s(name, value.c_str());
+#else
+    if (value.empty())
+        unsetenv(name);
+    else
+        setenv(name, value.c_str(), 1);
+#endif
+}
 const tdbl::Scenario& lf_zurich() {
     static const tdbl::Scenario s = tdbl::gf_zurichScenario(gf_sourceDir());
     return s;
@@ -334,12 +347,12 @@ TEST_F(ClientTest, ABaseUrlWithATrailingSlashIsUsedWithout) {
     for (bool fromEnvironment : {false, true}) {
         SCOPED_TRACE(fromEnvironment);
         gf_setServiceBaseUrl(fromEnvironment ? "" : double_->baseUrl() + "//");
-        if (fromEnvironment) setenv("ZARK_RT_URL", (double_->baseUrl() + "/").c_str(), 1);
+        if (fromEnvironment) lf_setEnvironment("ZARK_RT_URL", double_->baseUrl() + "/");
         EXPECT_EQ(gf_serviceBaseUrl(), double_->baseUrl());
         trafficReader.guid.clear();
         gf_rtLogin(weatherClient);
         EXPECT_FALSE(trafficReader.guid.empty());
-        unsetenv("ZARK_RT_URL");
+        lf_setEnvironment("ZARK_RT_URL", "");
     }
 }
 

@@ -1,5 +1,8 @@
 // The stream transport over a link that misbehaves as real ones do: reads that split or join messages,
 // sends that fail while a message arrives, partial writes of a full socket, a peer that leaves.
+// Built on sockets of the system (socketpair, signals to interrupt a blocked write): Linux only.
+#ifndef _WIN32
+
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -223,3 +226,5 @@ TEST(TransportSocketWrites, AnInterruptedSendGoesOnWhereItStopped) {
 }
 
 }  // namespace
+
+#endif  // !_WIN32

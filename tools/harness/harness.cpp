@@ -33,7 +33,7 @@ constexpr int64_t kStartLimitMs = 10000;
 // The program reads its data relative to the install folder, which is the current directory.
 void lf_provideData(const fs::path& install) {
     if (!fs::exists(folders::input) && fs::exists(install / "input"))
-        fs::create_directory_symlink(fs::absolute(install / "input"), folders::input);
+        fs::copy(install / "input", folders::input, fs::copy_options::recursive);  // Windows: no symlinks
     const fs::path scanned = install / folders::liveriesScanned;
     if (!fs::exists(folders::liveriesScanned) && fs::exists(scanned)) {
         fs::create_directories(folders::output);

@@ -20,7 +20,9 @@ namespace {
 volatile std::sig_atomic_t stopRequested = 0;
 volatile std::sig_atomic_t flightLoadRequested = 0;
 void lf_onSignal(int) { stopRequested = 1; }
+#ifdef SIGUSR1  // Windows has no user signals: there the flight load is not played
 void lf_onFlightLoadSignal(int) { flightLoadRequested = 1; }
+#endif
 
 // Serves until SIGINT or SIGTERM, then writes the recording.
 template <typename Server>
