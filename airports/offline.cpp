@@ -9,6 +9,7 @@
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "frame/core/panel.h"
+#include "platform/files.h"
 
 namespace fs = std::filesystem;
 
@@ -45,7 +46,7 @@ int32_t lf_copyForLearning(const std::vector<fs::path>& files, const char* faile
         }
         std::error_code ec;
         gf_makeFolder(folders::toBeLearnedOffline);
-        fs::copy_file(file, folders::toBeLearnedOffline / file.filename(), fs::copy_options::overwrite_existing, ec);
+        gf_copyFileReplacing(file, folders::toBeLearnedOffline / file.filename(), ec);
         if (ec) {
             gf_logLine(fmt::format(fmt::runtime(failedFormat), file.string(), folders::toBeLearnedOffline.string()));
             continue;

@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "frame/core/log.h"
+#include "platform/files.h"
 
 namespace fs = std::filesystem;
 
@@ -130,7 +131,7 @@ bool gf_replaceFile(const fs::path& from, const fs::path& to) {
     fs::path temp = to;
     temp += ".part";
     std::error_code ec;
-    fs::copy_file(from, temp, fs::copy_options::overwrite_existing, ec);
+    gf_copyFileReplacing(from, temp, ec);
     if (!ec) fs::rename(temp, to, ec);
     if (!ec) return true;
     fs::remove(temp, ec);
