@@ -284,6 +284,11 @@ void collisionChecks() {
     lf_trace("collisionChecks");
     gf_collisionChecks();
 }
+void applyMaxLive() {
+    lf_trace("applyMaxLive");
+    gf_applyMaxLive();
+}
+
 void removeBlockedCallsign(const std::string& callsign) {
     lf_trace("removeBlockedCallsign");
     for (Act& act : engine.active) {

@@ -72,6 +72,7 @@ void recountAircraft();  // for the status panel
 void reviewCheckQueue();
 void collisionChecks();
 void removeBlockedCallsign(const std::string& callsign);
+void applyMaxLive();            // MAX_LIVE changed: the farthest live aircraft go until the count fits
 void removeParkedDuplicates();  // live aircraft on the ground replace parked ones of the same name
 void removeAllLive();           // state 2 removed, state 1 dropped or marked to go
 void clearEngineTables();
