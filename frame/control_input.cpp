@@ -297,6 +297,8 @@ void gf_onEditEnter(uint16_t id, const std::string& text) {
             else
                 parDerived.maxLiveWorking = MAX_LIVE.current.load();
             links::applyMaxLive();
+            // The engine shows the limit it applies; at the default the box stays blank all the same.
+            if (MAX_LIVE.current == MAX_LIVE.def) gf_setControlText(MAX_LIVE.controlId, "");
         }
     } else if (id == MATCHING_DEPTH.controlId) {
         const int32_t before = MATCHING_DEPTH.current;
