@@ -122,4 +122,21 @@ TEST(FidelityCompare, AJumpCountsOverSpeedTimesFrameAndLeavingTailFirstIsAPushBa
     EXPECT_TRUE(*r.pushBackwards);
 }
 
+TEST(FidelityCompare, AnObjectLeftParkedIntoTheNextReplayIsMeasuredOnlyAgainstItsOwn) {
+    const tdbl::Scenario s = lf_scenario();
+    fidelity::CompareSetup setup;
+    setup.simEpochUtc = 1000.0 + 97.0 + 30.0;
+    simdouble::SimObject o = lf_shownObject(s, setup, 30.0);
+    const size_t own = o.track.size();
+    // Still standing where it stopped while the next replay (660 s later) starts 490 to 556 m behind it.
+    simdouble::TrackPoint parked = o.track.back();
+    for (int64_t ms = 660000; ms <= 666000; ms += 100) {
+        parked.atMs = ms;
+        o.track.push_back(parked);
+    }
+    const fidelity::FlightResult r = fidelity::gf_compareFlight(s, 1, {&o}, {}, setup);
+    EXPECT_EQ(r.groundErrM.size(), own);
+    EXPECT_LT(*std::max_element(r.groundErrM.begin(), r.groundErrM.end()), 0.2);
+}
+
 }  // namespace

@@ -143,12 +143,19 @@ FlightResult gf_compareFlight(const tdbl::Scenario& s, size_t flight,
         const auto utcOf = [&](const simdouble::TrackPoint& p) {
             return setup.simEpochUtc + static_cast<double>(p.atMs) / 1000.0 - setup.delayS;
         };
+        // The replay this object shows: the one running when it was made, or the next one when it was made in
+        // the pause between two. An object still parked from one replay while the next starts far away under
+        // the same address is the old flight, not a miss of the new one: it is measured up to its replay's end.
+        const double phase = lf_phase(s, flight, utcOf(shown.front()));
+        const double period = f.durationS + s.replayGapS;
+        const double cycleEndUtc = utcOf(shown.front()) - phase + f.durationS + (phase > f.durationS ? period : 0.0);
         std::optional<tdbl::TrackPoint> prevRec;
         const simdouble::TrackPoint* prev = nullptr;
         for (size_t i = 0; i < shown.size(); ++i) {
             const simdouble::TrackPoint& p = shown[i];
             const LatLon at{p.latitude, p.longitude};
-            const std::optional<tdbl::TrackPoint> rec = gf_recordedAt(s, flight, utcOf(p));
+            const std::optional<tdbl::TrackPoint> rec =
+                utcOf(p) <= cycleEndUtc ? gf_recordedAt(s, flight, utcOf(p)) : std::nullopt;
             if (rec) {
                 ++r.points;
                 const bool ground = rec->onGround == 1 || (rec->onGround == -1 && p.onGround);
@@ -188,8 +195,6 @@ FlightResult gf_compareFlight(const tdbl::Scenario& s, size_t flight,
         }
         // The end: where the last object made during a replay came to rest, once the run went past the end
         // of that replay. An object made in the pause between two replays shows the next one's start.
-        const double phase = lf_phase(s, flight, utcOf(shown.front()));
-        const double cycleEndUtc = utcOf(shown.front()) - phase + f.durationS;
         if (endStand && phase <= f.durationS && setup.runEndUtc - setup.delayS >= cycleEndUtc)
             restByReplay[std::lround(cycleEndUtc)] = &shown.back();
         shownOf.push_back(std::move(shown));
