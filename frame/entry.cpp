@@ -3,6 +3,7 @@
 #include <thread>
 
 #include "common/clock.h"
+#include "frame/control_input.h"
 #include "frame/core/core.h"
 #include "frame/core/errors.h"
 #include "frame/core/folders.h"
@@ -15,6 +16,7 @@
 #include "frame/links.h"
 #include "frame/links_seam.h"
 #include "frame/mainloop.h"
+#include "frame/window_layout.h"
 #include "platform/platform.h"
 #include "platform/window.h"
 
@@ -60,6 +62,7 @@ void gf_windowProcedure(uint32_t message) {
 
 int initInstance() {
     gf_readWindowPosition();
+    gf_setWindowContent({gf_layoutWindow, gf_takeDirtyBands, gf_bandRect, gf_onControlClicked, gf_onEditEnter});
     if (!gf_createWindow(MAIN_WINDOW_X.current, MAIN_WINDOW_Y.current, gf_windowProcedure)) {
         gf_logLine("initInstance failed");
         return 0;

@@ -8,7 +8,7 @@ packages=(
   libfmt-dev libpugixml-dev nlohmann-json3-dev libcurl4-openssl-dev libzip-dev zlib1g-dev
   libcpp-httplib-dev libssl-dev
   libgtest-dev libgmock-dev libbenchmark-dev
-  libfltk1.3-dev
+  libfltk1.3-dev xvfb xauth fonts-dejavu-core
   clang-14 libclang-rt-14-dev clang-format
   python3 curl
   g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 dpkg-dev zip unzip

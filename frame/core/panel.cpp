@@ -60,18 +60,24 @@ void gf_resetPanel() {
     panel.dirtyBands = 0;
 }
 
-void gf_setControlEnabled(uint16_t id, bool enabled) {
-    std::lock_guard lock(g_controlsLock);
-    lf_control(id).enabled = enabled;
+namespace {
+// A control that changes redraws its band: the window brings its child controls to the model there.
+template <typename Field, typename Value>
+void lf_setControl(uint16_t id, Field ControlState::*field, const Value& value) {
+    bool changed = false;
+    {
+        std::lock_guard lock(g_controlsLock);
+        Field& f = lf_control(id).*field;
+        changed = !(f == value);
+        f = value;
+    }
+    if (changed) gf_invalidate(Band::Parameters);
 }
-void gf_setControlChecked(uint16_t id, bool checked) {
-    std::lock_guard lock(g_controlsLock);
-    lf_control(id).checked = checked;
-}
-void gf_setControlText(uint16_t id, const std::string& text) {
-    std::lock_guard lock(g_controlsLock);
-    lf_control(id).text = text;
-}
+}  // namespace
+
+void gf_setControlEnabled(uint16_t id, bool enabled) { lf_setControl(id, &ControlState::enabled, enabled); }
+void gf_setControlChecked(uint16_t id, bool checked) { lf_setControl(id, &ControlState::checked, checked); }
+void gf_setControlText(uint16_t id, const std::string& text) { lf_setControl(id, &ControlState::text, text); }
 ControlState gf_controlState(uint16_t id) {
     std::lock_guard lock(g_controlsLock);
     auto it = g_controls.find(id);

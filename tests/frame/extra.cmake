@@ -3,3 +3,12 @@
 add_dependencies(test_frame zark_install_fixture ZARK_P3D simdouble trafficdouble_server)
 # The update check talks to the update server double in-process.
 target_link_libraries(test_frame PRIVATE updatedouble)
+# The Linux window's screenshot test needs an X display with fixed fonts: Xvfb, through xvfb-run.
+find_program(XVFB_RUN xvfb-run)
+if(XVFB_RUN)
+  add_test(NAME window_screenshot
+           COMMAND ${XVFB_RUN} -a -s "-screen 0 1024x768x24" $<TARGET_FILE:test_frame>
+                   --gtest_filter=WindowScreenshotTest.*
+           WORKING_DIRECTORY ${CMAKE_BINARY_DIR})
+  set_tests_properties(window_screenshot PROPERTIES ENVIRONMENT ZARK_SCREENSHOT=1 TIMEOUT 120)
+endif()
