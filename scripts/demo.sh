@@ -2,7 +2,8 @@
 # The main job: builds ZARK_P3D and its two test doubles, lays out a fresh install folder with the
 # generated real-world data, and runs the program against a simulated Prepar3D v5 (a user aircraft
 # standing at stand A15 of Zurich) and a traffic service replaying recorded Zurich flights.
-# It closes the program like the close button does and prints what happened.
+# It closes the program like the close button does and prints what happened. Where a display is there (or
+# under xvfb-run) the program shows its status window meanwhile.
 #   scripts/demo.sh [--seconds N] [--fly]     (default 120 s; 240 s with --fly)
 # --fly: 30 s after the start the user takes off, flies 32 nm east of Zurich at up to 9000 ft and comes
 # back to his stand: the park airport is left when he is out of sight and taken up again on the way back.
@@ -99,6 +100,8 @@ upd_pid=$!
 sleep 1
 
 echo "== ZARK_P3D runs for $seconds s in $install_dir =="
+# With a display (a desktop, or xvfb-run scripts/demo.sh) the program shows its status window.
+if [ -n "${DISPLAY:-}" ]; then echo "   its window is on display $DISPLAY"; else echo "   headless: no DISPLAY"; fi
 (cd "$install_dir" && ZARK_RT_URL="http://127.0.0.1:$rt_port" \
   ZARK_UPDATE_URL="http://127.0.0.1:$upd_port/downloads/" exec "$repo/build/ZARK_P3D") &
 zark_pid=$!
