@@ -2,14 +2,12 @@
 
 #include <zlib.h>
 
-#include <array>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
 
 namespace {
-constexpr std::array<uint8_t, 8> kSignature{0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+const std::string kSignature{"\x89PNG\r\n\x1A\n", 8};
 
 void lf_put32(std::string& out, uint32_t v) {
     for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<char>((v >> shift) & 0xFF));
@@ -19,30 +17,21 @@ uint32_t lf_get32(const std::string& s, size_t at) {
     for (size_t i = 0; i < 4; ++i) v = (v << 8) | static_cast<uint8_t>(s[at + i]);
     return v;
 }
-
 void lf_chunk(std::string& out, const char* type, const std::string& data) {
     lf_put32(out, static_cast<uint32_t>(data.size()));
     const std::string body = std::string(type, 4) + data;
     out += body;
     lf_put32(out, static_cast<uint32_t>(crc32(0, reinterpret_cast<const Bytef*>(body.data()), body.size())));
 }
-
-// The predictor of filter 4: whichever neighbour is closest to left + up - upper left.
-uint8_t lf_paeth(int a, int b, int c) {
-    const int p = a + b - c, pa = std::abs(p - a), pb = std::abs(p - b), pc = std::abs(p - c);
-    if (pa <= pb && pa <= pc) return static_cast<uint8_t>(a);
-    return static_cast<uint8_t>(pb <= pc ? b : c);
-}
+// Each row behind its filter byte 0 (none): the flat bands deflate well enough without.
+size_t lf_rawSize(const WindowPixels& image) { return (static_cast<size_t>(image.width) * 3 + 1) * image.height; }
 }  // namespace
 
 bool gf_writePng(const std::filesystem::path& path, const WindowPixels& image) {
     const size_t stride = static_cast<size_t>(image.width) * 3;
     std::string raw;
-    raw.reserve((stride + 1) * image.height);
-    for (int y = 0; y < image.height; ++y) {
-        raw.push_back(0);  // no filter: the deflate of flat bands is small enough
-        raw.append(reinterpret_cast<const char*>(image.rgb.data()) + y * stride, stride);
-    }
+    for (int y = 0; y < image.height; ++y)
+        raw.append(1, '\0').append(reinterpret_cast<const char*>(image.rgb.data()) + y * stride, stride);
     uLongf packedSize = compressBound(raw.size());
     std::string packed(packedSize, '\0');
     if (compress2(reinterpret_cast<Bytef*>(packed.data()), &packedSize, reinterpret_cast<const Bytef*>(raw.data()),
@@ -53,7 +42,7 @@ bool gf_writePng(const std::filesystem::path& path, const WindowPixels& image) {
     lf_put32(header, static_cast<uint32_t>(image.width));
     lf_put32(header, static_cast<uint32_t>(image.height));
     header += std::string{8, 2, 0, 0, 0};  // 8 bits, RGB, deflate, adaptive filters, not interlaced
-    std::string out(kSignature.begin(), kSignature.end());
+    std::string out = kSignature;
     lf_chunk(out, "IHDR", header);
     lf_chunk(out, "IDAT", packed);
     lf_chunk(out, "IEND", {});
@@ -65,57 +54,32 @@ bool gf_writePng(const std::filesystem::path& path, const WindowPixels& image) {
 std::optional<WindowPixels> gf_readPng(const std::filesystem::path& path) {
     std::ifstream f(path, std::ios::binary);
     const std::string s((std::istreambuf_iterator<char>(f)), std::istreambuf_iterator<char>());
-    if (s.size() < 8 || s.compare(0, 8, std::string(kSignature.begin(), kSignature.end())) != 0) return std::nullopt;
+    if (s.compare(0, 8, kSignature) != 0) return std::nullopt;
     WindowPixels image;
-    int channels = 0;
     std::string packed;
     for (size_t at = 8; at + 12 <= s.size();) {
         const uint32_t length = lf_get32(s, at);
         if (at + 12 + length > s.size()) return std::nullopt;
-        const std::string type = s.substr(at + 4, 4);
-        const size_t data = at + 8;
-        if (type == "IHDR" && length >= 13) {
-            image.width = static_cast<int>(lf_get32(s, data));
-            image.height = static_cast<int>(lf_get32(s, data + 4));
-            const auto depth = static_cast<uint8_t>(s[data + 8]), colour = static_cast<uint8_t>(s[data + 9]);
-            if (depth != 8 || (colour != 2 && colour != 6) || s[data + 12] != 0) return std::nullopt;
-            channels = colour == 2 ? 3 : 4;
-        } else if (type == "IDAT") {
-            packed.append(s, data, length);
+        if (s.compare(at + 4, 4, "IHDR") == 0 && length >= 13) {
+            image.width = static_cast<int>(lf_get32(s, at + 8));
+            image.height = static_cast<int>(lf_get32(s, at + 12));
+            if (s.compare(at + 16, 5, std::string{8, 2, 0, 0, 0}) != 0) return std::nullopt;
+        } else if (s.compare(at + 4, 4, "IDAT") == 0) {
+            packed.append(s, at + 8, length);
         }
         at += 12 + length;
     }
-    if (channels == 0 || image.width <= 0 || image.height <= 0) return std::nullopt;
-    const size_t stride = static_cast<size_t>(image.width) * channels;
-    std::string raw((stride + 1) * image.height, '\0');
+    if (image.width <= 0 || image.height <= 0) return std::nullopt;
+    std::string raw(lf_rawSize(image), '\0');
     uLongf rawSize = raw.size();
     if (uncompress(reinterpret_cast<Bytef*>(raw.data()), &rawSize, reinterpret_cast<const Bytef*>(packed.data()),
                    packed.size()) != Z_OK ||
         rawSize != raw.size())
         return std::nullopt;
-    std::vector<uint8_t> rows(stride * image.height);
-    for (int y = 0; y < image.height; ++y) {
-        const auto filter = static_cast<uint8_t>(raw[y * (stride + 1)]);
-        const auto* in = reinterpret_cast<const uint8_t*>(raw.data()) + y * (stride + 1) + 1;
-        uint8_t* row = rows.data() + y * stride;
-        const uint8_t* up = y > 0 ? row - stride : nullptr;
-        for (size_t i = 0; i < stride; ++i) {
-            const int a = i >= static_cast<size_t>(channels) ? row[i - channels] : 0;
-            const int b = up ? up[i] : 0;
-            const int c = up && i >= static_cast<size_t>(channels) ? up[i - channels] : 0;
-            int predicted = 0;
-            switch (filter) {
-                case 0: break;
-                case 1: predicted = a; break;
-                case 2: predicted = b; break;
-                case 3: predicted = (a + b) / 2; break;
-                case 4: predicted = lf_paeth(a, b, c); break;
-                default: return std::nullopt;
-            }
-            row[i] = static_cast<uint8_t>(in[i] + predicted);
-        }
+    const size_t stride = static_cast<size_t>(image.width) * 3;
+    for (size_t row = 0; row < raw.size(); row += stride + 1) {
+        if (raw[row] != 0) return std::nullopt;
+        image.rgb.insert(image.rgb.end(), raw.begin() + row + 1, raw.begin() + row + 1 + stride);
     }
-    image.rgb.reserve(static_cast<size_t>(image.width) * image.height * 3);
-    for (size_t i = 0; i < rows.size(); i += channels) image.rgb.insert(image.rgb.end(), &rows[i], &rows[i] + 3);
     return image;
 }

@@ -1,5 +1,6 @@
-// tests/support/png.h — PNG files of 8-bit RGB pixels, for the window's screenshot test: written and read
-// with zlib alone. The reader takes 8-bit RGB or RGBA, not interlaced (what image tools keep of ours).
+// tests/support/png.h — PNG files of 8-bit RGB pixels for the window's screenshot test, through zlib alone.
+// The reader takes what the writer makes (RGB, rows unfiltered): a reference saved by an image tool is
+// refused, and refreshed by the test instead.
 #pragma once
 
 #include <filesystem>
