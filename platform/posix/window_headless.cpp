@@ -84,7 +84,14 @@ int gf_runMessagePump() {
         WindowProcedure procedure;
         // Signals cannot notify a condition variable: look at the flag every 50 ms. The FLTK window's
         // events are served in the same wait, so it never holds up a posted message.
-        if (g_drawn) gf_fltkServe(0.05);
+        if (g_drawn) {
+            bool pending = false;
+            {
+                std::lock_guard lock(g_lock);
+                pending = g_quit || !g_queue.empty() || g_closeSignal;
+            }
+            gf_fltkServe(pending ? 0.0 : 0.05);
+        }
         {
             std::unique_lock lock(g_lock);
             if (!g_drawn) g_cv.wait_for(lock, std::chrono::milliseconds(50), [] { return g_quit || !g_queue.empty(); });

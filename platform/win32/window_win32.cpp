@@ -199,8 +199,9 @@ LRESULT CALLBACK lf_wndProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
             SetTimer(hwnd, kRefreshTimer, kRefreshMs, nullptr);
             return 0;
         case WM_DESTROY:
+            // No quit message here: the pump has ended by the end of the process before the window goes,
+            // and a quit left in the queue would end the next pump of the thread at once.
             KillTimer(hwnd, kRefreshTimer);
-            PostQuitMessage(0);
             return 0;
         case WM_PAINT: lf_paint(hwnd); return 0;
         case WM_TIMER:
