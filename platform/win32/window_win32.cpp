@@ -91,7 +91,7 @@ void lf_syncControls() {
 LRESULT CALLBACK lf_editProc(HWND hwnd, UINT msg, WPARAM wParam, LPARAM lParam) {
     const auto id = static_cast<uint16_t>(GetDlgCtrlID(hwnd));
     ChildControl* c = lf_child(id);
-    if (!c) return DefWindowProcW(hwnd, msg, wParam, lParam);
+    if (!c || !c->previous) return DefWindowProcW(hwnd, msg, wParam, lParam);
     if (msg == WM_CHAR && wParam == 13) {
         wchar_t buffer[512] = {};
         const int n = GetWindowTextW(hwnd, buffer, 512);
@@ -127,11 +127,11 @@ void lf_createControls(HWND parent) {
                                  instance, nullptr);
         if (!h) continue;
         SendMessageW(h, WM_SETFONT, font, FALSE);
-        ChildControl c{item.id, item.control, h, std::nullopt, nullptr};
+        // Known before it is subclassed: the new procedure finds the earlier one in the record.
+        ChildControl& c = g_children.emplace_back(ChildControl{item.id, item.control, h, std::nullopt, nullptr});
         if (edit)
             c.previous =
                 reinterpret_cast<WNDPROC>(SetWindowLongPtrW(h, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(lf_editProc)));
-        g_children.push_back(c);
     }
     lf_syncControls();
 }
