@@ -11,8 +11,7 @@ from pathlib import Path
 
 DELAY_S = 30.0           # the program shows the traffic this far behind the service
 # The median distance of the objects from their flights 30 s earlier: about what an airliner on approach
-# covers in 7 s. Placement and creation take 3 s, and aircraft started from the history snapshots run
-# a few seconds closer to the present than 30 s.
+# covers in 7 s. Placement and creation take 3 s.
 MEDIAN_LIMIT_M = 500.0
 TRACKS = Path(__file__).resolve().parent.parent / "data" / "tracks"
 
