@@ -51,6 +51,25 @@ void lf_skip(Act& act) {
     act.stream.pop_front();
 }
 
+// A flying aircraft whose first samples are already past (born from the history's older snapshots, or
+// held through a slow start-up, then paced in): placed where it was when its first sample was due, it
+// would run that many seconds late and work them off only a quarter leg at a time. Its passed samples go,
+// and its head becomes the point of its track due `lead` from now, as for an aircraft admitted on time.
+void lf_catchUpPassedHead(Act& act, int32_t lead) {
+    auto& stream = act.stream;
+    const int32_t due = engine.slice + lead;
+    if (!stream.front().airborne || stream.front().dueTick >= due) return;
+    while (stream.size() > 2 && stream[1].dueTick <= due) stream.pop_front();
+    Sample& head = stream[0];
+    const Sample& next = stream[1];
+    if (next.dueTick <= due || head.dueTick >= due) return;  // two samples left, both past: it runs late
+    const double k = static_cast<double>(due - head.dueTick) / (next.dueTick - head.dueTick);
+    head.latitude += (next.latitude - head.latitude) * k;
+    head.longitude += (next.longitude - head.longitude) * k;
+    head.altitude += (next.altitude - head.altitude) * k;
+    head.dueTick = due;
+}
+
 // The line of flight of the head. An aircraft that never flew has no target heading yet, so its own
 // report counts: the true heading, else the track, else the way to the next sample.
 double lf_lineOfFlight(const Act& act) {
@@ -256,6 +275,7 @@ bool gf_admitAct(Act& act) {
         lf_skip(act);
         return false;
     }
+    lf_catchUpPassedHead(act, lead);
     // 6: the user aircraft.
     switch (lf_userCollision(act)) {
         case Verdict::Pass: break;

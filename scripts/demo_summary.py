@@ -11,8 +11,7 @@ from pathlib import Path
 
 DELAY_S = 30.0           # the program shows the traffic this far behind the service
 # The median distance of the objects from their flights 30 s earlier: about what an airliner on approach
-# covers in 7 s. Placement and creation take 3 s, and aircraft started from the history snapshots run
-# a few seconds closer to the present than 30 s.
+# covers in 7 s. Placement and creation take 3 s.
 MEDIAN_LIMIT_M = 500.0
 TRACKS = Path(__file__).resolve().parent.parent / "data" / "tracks"
 
@@ -70,8 +69,9 @@ def median(v):
     return v[len(v) // 2] if v else float("nan")
 
 
-def track_errors(objects, start_unix, delay):
-    """Per object: distances of its recorded points from its flight `delay` seconds earlier."""
+def track_errors(objects, start_unix, delay, airborne_only=False):
+    """Per object: distances of its recorded points (or of its flying ones) from its flight `delay` seconds
+    earlier."""
     flights, schedule = recorded_flights()
     out = {}
     for o in objects:
@@ -80,6 +80,8 @@ def track_errors(objects, start_unix, delay):
             continue
         errors = []
         for point in o.get("track", []):
+            if airborne_only and (len(point) < 8 or point[7]):
+                continue
             at_ms, lat, lon = point[0], point[1], point[2]
             then = position_at(flight, schedule, start_unix + at_ms / 1000.0 - delay)
             if then:
@@ -150,14 +152,16 @@ start_unix = record.get("startUnix", 0.0)
 errors = track_errors(ai_objects, start_unix, DELAY_S) if start_unix else {}
 all_errors = [e for v in errors.values() for e in v]
 track_median = median(all_errors)
-# The delay at which each object (of 20 points or more) lies closest to its flight, for the reader.
+# The delay at which each flying object (of 20 airborne points or more) lies closest to its flight, for the
+# reader. On the ground, where aircraft stand or roll slowly, any delay fits about as well.
 delays = []
 for o in ai_objects:
-    if start_unix and len(o.get("track", [])) >= 20:
+    flying = [p for p in o.get("track", []) if len(p) >= 8 and not p[7]]
+    if start_unix and len(flying) >= 20:
         fits = [(median(v), half / 2.0) for half in range(30, 91)
-                for v in track_errors([o], start_unix, half / 2.0).values()]
+                for v in track_errors([o], start_unix, half / 2.0, True).values()]
         if fits:
-            delays.append(min(fits)[1])
+            delays.append((min(fits)[1], o["tail"]))
 
 # Every recorded flight has a route: each object gets a plan, and the exit removes their folder.
 planned = [o for o in ai_objects if o.get("flightPlan")]
@@ -213,7 +217,7 @@ print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:
     print(f"  [{'ok' if ok else '--'}] {text}")
 if delays:
-    print(f"      best-fitting delays of the objects: {', '.join(f'{d:g} s' for d in sorted(delays))}")
+    print(f"      best-fitting delays of the flying objects: {', '.join(f'{t} {d:g} s' for d, t in sorted(delays))}")
 if replay_events is not None:
     print(f"      in the fidelity replay: {events_text(replay_events)}")
 if headline:

@@ -73,6 +73,7 @@ void gf_resetService() {
         std::lock_guard lock(service.trafficLock);
         service.acceptTraffic = false;
         service.holdUntilLoop = true;
+        service.heldSince = gf_steadyNow();
         service.initialLoad.clear();
         service.liveQueue.clear();
         service.liveDropped = 0;

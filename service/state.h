@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "common/clock.h"
 #include "service/record.h"
 
 struct ServiceState {
@@ -20,6 +21,7 @@ struct ServiceState {
     // The run has not entered its loop yet: the history and the first snapshots are kept for it. The
     // engine's slice counter stands still until then, so their due slices stay ahead of it.
     bool holdUntilLoop = true;
+    SteadyTime heldSince{};  // when the hold began: the slice counter stands still from then until the loop
     std::vector<TrafficRecord> initialLoad;  // the paced list of the history's oldest snapshot
     // Live records in arrival order; the engine takes them all at the next slice. Bounded, and emptied
     // whenever traffic is refused, so a simulator that sits in a menu piles nothing up.

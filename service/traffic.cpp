@@ -32,6 +32,24 @@ std::string lf_box(const TrafficReader& r) {
 
 void lf_pause(int32_t ms) { gf_sleepFor(std::chrono::milliseconds(ms)); }
 
+// Slices of real time since the run began to hold its traffic for the loop.
+int32_t lf_slicesHeld() {
+    const auto held = std::chrono::duration_cast<std::chrono::milliseconds>(gf_steadyNow() - service.heldSince);
+    return static_cast<int32_t>(held.count() / 10);
+}
+
+// The median time stamp of a snapshot's lines (field 10), before any is decoded; NaN when none has one.
+double lf_medianStamp(const json& snapshot) {
+    constexpr size_t kStampField = 10;
+    std::vector<double> stamps;
+    for (const json& line : snapshot)
+        if (line.is_array() && line.size() > kStampField && line[kStampField].is_number_float())
+            stamps.push_back(line[kStampField].get<double>());
+    if (stamps.empty()) return std::numeric_limits<double>::quiet_NaN();
+    std::nth_element(stamps.begin(), stamps.begin() + static_cast<long>(stamps.size() / 2), stamps.end());
+    return stamps[stamps.size() / 2];
+}
+
 // Every non-empty entry of one buffered snapshot through the decoder.
 void lf_decodeBuffered(TrafficReader& reader, json& snapshot) {
     for (auto it = snapshot.begin(); it != snapshot.end(); ++it) {
@@ -63,26 +81,31 @@ void lf_updateArea() {
     r.right = gf_destinationPoint({lat, lon}, kPi / 2.0, rangeNm * kFeetPerNm).lon;
 }
 
-void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds) {
+void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds, double reference) {
     auto& batch = reader.batch;
     if (batch.empty()) {
         reader.lastTrafficTime = 0.0;
         return;
     }
     // The median time stamp is the snapshot's reference: an older position is due earlier, to a tenth.
-    static thread_local std::vector<double> stamps;
-    stamps.clear();
-    for (const TrafficRecord& r : batch) stamps.push_back(r.timestamp);
-    std::sort(stamps.begin(), stamps.end());
-    const double reference = stamps[stamps.size() / 2];
-    const int32_t base = delaySeconds * kSlicesPerSecond + service.sliceNow();
-    for (TrafficRecord& r : batch) {
-        const auto tenths = static_cast<int32_t>((r.timestamp - reference) * 10.0);
-        r.dueTick = base + tenths * 10;
+    if (std::isnan(reference)) {
+        static thread_local std::vector<double> stamps;
+        stamps.clear();
+        for (const TrafficRecord& r : batch) stamps.push_back(r.timestamp);
+        std::sort(stamps.begin(), stamps.end());
+        reference = stamps[stamps.size() / 2];
     }
     size_t dropped = 0;
     {
         std::lock_guard lock(service.trafficLock);
+        // Before the loop the slice counter stands still: the records count their due slices from the
+        // start of the hold, and the loop's start takes off what has passed by then.
+        const int32_t held = service.holdUntilLoop && !service.acceptTraffic ? lf_slicesHeld() : 0;
+        const int32_t base = delaySeconds * kSlicesPerSecond + service.sliceNow() + held;
+        for (TrafficRecord& r : batch) {
+            const auto tenths = static_cast<int32_t>((r.timestamp - reference) * 10.0);
+            r.dueTick = base + tenths * 10;
+        }
         if (service.acceptTraffic || service.holdUntilLoop) {
             if (delaySeconds > 0) {
                 auto& queue = service.liveQueue;
@@ -101,6 +124,23 @@ void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds) {
     }
     if (dropped > 0) gf_logMarkf("{} traffic records dropped: the engine takes none", dropped);
     batch.clear();
+}
+
+void gf_handOverHistory(TrafficReader& reader, json& data) {
+    if (!data.is_object()) return;
+    // "buffer_0" is the present. Timed each by its own median, the oldest snapshot would be due at once
+    // and the whole history shown 24 s late, not 30 like the snapshots that follow: the aircraft started
+    // from it would run ahead of their real flights. All five are timed from the present instead, each
+    // position 30 s after its own time stamp.
+    const auto newest = data.find("buffer_0");
+    const double present = newest == data.end() ? std::nan("") : lf_medianStamp(*newest);
+    for (int32_t i = 0; i < kHistoryCount; ++i) {
+        const int32_t delay = i * kHistorySpacingSeconds;
+        auto snapshot = data.find(fmt::format("buffer_{}", kHistoryCount - 1 - i));
+        if (snapshot != data.end() && !snapshot->empty()) lf_decodeBuffered(reader, *snapshot);
+        reader.liveCount = static_cast<int32_t>(reader.batch.size());
+        lf_handOverSnapshot(reader, delay, present - (kLiveDelaySeconds - delay));
+    }
 }
 
 bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code) {
@@ -126,13 +166,7 @@ bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code) {
                 reader.collectSeen = true;
                 auto data = answer.find("data");
                 if (data != answer.end() && !data->empty()) {
-                    for (int32_t i = 0; i < kHistoryCount; ++i) {
-                        const std::string key = fmt::format("buffer_{}", kHistoryCount - 1 - i);
-                        auto snapshot = data->is_object() ? data->find(key) : data->end();
-                        if (snapshot != data->end() && !snapshot->empty()) lf_decodeBuffered(reader, *snapshot);
-                        reader.liveCount = static_cast<int32_t>(reader.batch.size());
-                        lf_handOverSnapshot(reader, i * kHistorySpacingSeconds);
-                    }
+                    gf_handOverHistory(reader, *data);
                     result = true;
                 }
             }
@@ -219,6 +253,12 @@ void gf_trafficReaderThread() {
 
 void gf_setAcceptTraffic(bool accept) {
     std::lock_guard lock(service.trafficLock);
+    if (accept && service.holdUntilLoop && !service.acceptTraffic) {
+        // The seconds of the start-up after each record came are gone: its due slice comes that much sooner.
+        const int32_t held = lf_slicesHeld();
+        for (TrafficRecord& r : service.initialLoad) r.dueTick -= held;
+        for (TrafficRecord& r : service.liveQueue) r.dueTick -= held;
+    }
     service.acceptTraffic = accept;
     service.holdUntilLoop = false;
     if (accept) return;
@@ -230,6 +270,7 @@ void gf_holdTrafficUntilLoop() {
     std::lock_guard lock(service.trafficLock);
     service.acceptTraffic = false;
     service.holdUntilLoop = true;
+    service.heldSince = gf_steadyNow();
     service.liveQueue.clear();
     service.initialLoad.clear();
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <unordered_set>
 
@@ -19,11 +20,16 @@ void gf_trafficReaderThread();
 bool lf_trafficLoop(TrafficReader& reader, int32_t& code);
 // The one history request; true when a history was delivered and handed over.
 bool lf_fetchTrafficBuffer(TrafficReader& reader, int32_t& code);
+// The `data` of a history answer: its snapshots from the oldest ("buffer_4", the initial load) to the
+// newest, each decoded and handed over 6 seconds after the one before.
+void gf_handOverHistory(TrafficReader& reader, nlohmann::json& data);
 // Recomputes the query box from the query position and the range; main thread.
 void lf_updateArea();
-// Gives `batch` to the engine with due ticks `delaySeconds` ahead and empties it.
+// Gives `batch` to the engine with due ticks `delaySeconds` ahead and empties it: a record stamped
+// `reference` is due then, older and younger ones as much earlier or later (NaN: the batch's median stamp).
 // 0 is the initial load, above 0 goes to the live queue; both only while traffic is accepted or held.
-void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds);
+void lf_handOverSnapshot(TrafficReader& reader, int32_t delaySeconds,
+                         double reference = std::numeric_limits<double>::quiet_NaN());
 // Traffic accepted (the flight runs in the loop) or refused (the flight stopped, the run ends): a refusal
 // empties the live queue and the initial load. Takes the traffic lock.
 void gf_setAcceptTraffic(bool accept);

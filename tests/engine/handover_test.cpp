@@ -1,5 +1,4 @@
-// The Traffic Reader's snapshots reach the engine: the history that arrives before the loop, paced; the
-// live snapshots while the flight runs, and nothing while it does not.
+// The Traffic Reader's snapshots reach the engine: the history that arrives before the loop, paced.
 #include <vector>
 
 #include <fmt/format.h>
@@ -69,25 +68,4 @@ TEST_F(HandOverToEngineTest, LargeInitialLoadGoesTwoRecordsASlice) {
     EXPECT_EQ(engine.offeredRecords, 151);
 }
 
-// While the simulator sits in a menu nothing waits for the engine, so nothing arrives late on resume; a
-// restart starts empty too.
-TEST_F(HandOverToEngineTest, NothingPilesUpWhileTheFlightDoesNotRun) {
-    gf_setAcceptTraffic(true);
-    snapshot(0x400000, 2, 100.0, kLiveDelaySeconds);
-    gf_setAcceptTraffic(false);  // "Flight not running"
-    for (int i = 1; i <= 50; ++i) snapshot(0x400000, 2, 100.0 + 2.0 * i, kLiveDelaySeconds);
-    gf_setAcceptTraffic(true);  // "Flight resumed"
-    runSlice();
-    EXPECT_TRUE(engine.active.empty());
-    snapshot(0x400000, 2, 300.0, kLiveDelaySeconds);
-    runSlice();
-    ASSERT_EQ(engine.active.size(), 2u);
-    EXPECT_EQ(engine.active[0].stream.front().dueTick, 1 + 3000);  // due ahead of the engine, not behind it
-    snapshot(0x400000, 2, 310.0, kLiveDelaySeconds);
-    gf_clearEngineTables();
-    gf_setAcceptTraffic(false);  // the end of a run
-    gf_holdTrafficUntilLoop();   // and the start of the next
-    std::lock_guard lock(service.trafficLock);
-    EXPECT_TRUE(service.liveQueue.empty());
-}
 }  // namespace

@@ -263,9 +263,9 @@ TEST_F(ClientTest, HistoryBuffersComeOldestFirstEachSixSecondsLater) {
         lowest = std::min(lowest, r.dueTick / 100.0 - r.timestamp);
         highest = std::max(highest, r.dueTick / 100.0 - r.timestamp);
     }
-    for (int32_t due : {0, 600, 1200, 1800, 2400}) EXPECT_EQ(dueTicks.count(due), 1u) << due;  // the medians
+    for (int32_t due : {600, 1200, 1800, 2400, 3000}) EXPECT_EQ(dueTicks.count(due), 1u) << due;  // 30 s late
     EXPECT_TRUE(std::all_of(service.initialLoad.begin(), service.initialLoad.end(),
-                            [](const TrafficRecord& r) { return r.dueTick < 300; }));
+                            [](const TrafficRecord& r) { return r.dueTick < 900; }));
     EXPECT_LT(highest - lowest, 3.0);
     EXPECT_GT(trafficReader.liveCount.load(), 0) << "the panel counts the newest buffer";
 }

@@ -5,6 +5,8 @@
 #include <fstream>
 #include <set>
 
+#include <fmt/format.h>
+
 #include "airports/state.h"
 #include "engine/state.h"
 #include "frame/core/folders.h"
@@ -191,8 +193,21 @@ bool Harness::start() {
     const LatLon at = links::userPosition();
     reader_->userLatitude = at.lat;
     reader_->userLongitude = at.lon;
-    gf_setAcceptTraffic(true);
     nextPollMs_ = 0;
+    if (options_.history) {
+        // The Traffic Reader starts before the loop: its history and the snapshots of the start-up's
+        // remaining seconds are held, the slice counter standing still, while the simulator runs on.
+        gf_holdTrafficUntilLoop();
+        handOverHistoryNow();
+        for (int64_t ms = 0; ms < options_.startupMs; ms += kClientTurnMs) {
+            sim_->advance(kClientTurnMs);
+            gf_simClientStep();
+            clock_.advance(std::chrono::milliseconds(kClientTurnMs));
+            if ((ms + 1) % options_.pollEveryMs == 0) pollNow();
+        }
+        nextPollMs_ = options_.pollEveryMs - options_.startupMs % options_.pollEveryMs;
+    }
+    gf_setAcceptTraffic(true);
     return true;
 }
 
@@ -233,6 +248,17 @@ void Harness::pollNow() {
         reader_->processLiveLine();
     }
     lf_handOverSnapshot(*reader_, kLiveDelaySeconds);
+}
+
+void Harness::handOverHistoryNow() {
+    const double lat = reader_->userLatitude, lon = reader_->userLongitude, now = utcNow();
+    nlohmann::json data = nlohmann::json::object();
+    for (int32_t k = 0; k < kHistoryCount; ++k)
+        data[fmt::format("buffer_{}", k)] =
+            traffic_->snapshot(now - k * kHistorySpacingSeconds, lat + kQueryBoxDeg, lat - kQueryBoxDeg,
+                               lon - kQueryBoxDeg, lon + kQueryBoxDeg);
+    reader_->batch.clear();
+    gf_handOverHistory(*reader_, data);
 }
 
 bool Harness::removeAllAndSettle(int64_t ms) {

@@ -35,6 +35,11 @@ struct Options {
     // copied into the current directory when it has none of its own.
     std::filesystem::path install;
     int64_t pollEveryMs = 2000;  // the service's rate limit
+    // Start as the program does: the history request's five snapshots first (the oldest one the initial
+    // load), then live snapshots from `pollEveryMs` later. The run reaches its loop `startupMs` after the
+    // history came; until then the slice counter stands still and the snapshots are held for the loop.
+    bool history = false;
+    int64_t startupMs = 0;
     // Read the install's liveries file; without it (or when false): one generic livery ("ZZZ") per type of
     // the traffic, all installed in the double.
     bool liveriesFile = true;
@@ -72,6 +77,8 @@ public:
     bool runUntil(const std::function<bool()>& done, int64_t ms);
     // Hands one snapshot of the traffic double over now, as a poll would.
     void pollNow();
+    // Hands the history the double gives now over, as the Traffic Reader's first request does.
+    void handOverHistoryNow();
     // The end of traffic as the exit does it: every live aircraft removed, creations cancelled, then slices
     // until the simulator has confirmed every removal (at most `ms`). True when no AI object is left.
     bool removeAllAndSettle(int64_t ms = 30000);
