@@ -105,16 +105,16 @@ TEST(FidelityCompare, ErrorsAreTakenAgainstTheRecording30SecondsEarlier) {
 }
 
 TEST(FidelityCompare, AJumpCountsOverSpeedTimesFrameAndLeavingTailFirstIsAPushBack) {
-    const tdbl::Scenario s = lf_scenario(10);  // standing on its stand for its first 10 s
+    const tdbl::Scenario s = lf_scenario(30);  // standing on its stand for the live delay
     const std::vector<fidelity::Stand> stands{{"S1", {47.0, 8.0}, 0.0}};
     fidelity::CompareSetup setup;
     setup.simEpochUtc = 1000.0 + 97.0 + 30.0;
     simdouble::SimObject o = lf_shownObject(s, setup, 30.0);
-    // 55.6 m ahead for one frame, 20 s in: 41.6 kt allow 2.14 m a frame, plus 1 m.
-    o.track[200].latitude += 0.0005;
+    // 55.6 m ahead for one frame, 40 s in: 61.6 kt allow 3.17 m a frame, plus 1 m.
+    o.track[400].latitude += 0.0005;
     fidelity::FlightResult r = fidelity::gf_compareFlight(s, 1, {&o}, stands, setup);
     EXPECT_EQ(r.startStand, "S1");
-    EXPECT_NEAR(r.worstJumpExcessM, (0.0005 + kStepDeg / 10) * 111195.0 - 3.14, 0.3);
+    EXPECT_NEAR(r.worstJumpExcessM, (0.0005 + kStepDeg / 10) * 111195.0 - 4.17, 0.3);
     ASSERT_TRUE(r.pushBackwards.has_value());
     EXPECT_FALSE(*r.pushBackwards);  // nose north, rolling north
 

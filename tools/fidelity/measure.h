@@ -54,10 +54,10 @@ struct CompareSetup {
     // A recording that starts or ends this close to a stand is on it: the fixes lie tens of metres off.
     double standWithinM = 50.0;
     double pushMetres = 5.0;  // movement from the first position that tells the direction of leaving
-    // A recording starts on its stand only if it stands still there: its fixes of the first seconds stay
-    // within the scatter of a standing aircraft's fixes. One that rolls from its first second was caught
-    // taxiing near a stand, and how it left that stand is not in the recording.
-    double startStillS = 10.0;
+    // A recording starts on its stand only if it stands still there for the live delay: its fixes stay
+    // within the scatter of a standing aircraft's fixes. One that moves sooner is already rolling when the
+    // program first sees it (30 s of its future at once) and is made taxiing, not on the stand.
+    double startStillS = 30.0;
     double startStillM = 25.0;
 };
 
