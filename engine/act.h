@@ -117,6 +117,11 @@ struct Act : ParkedAc {
     double trueAirspeed = 0.0;      // knots, as sent to the simulator
     std::deque<Sample> stream;      // positions still to be flown; never empty once the record exists
     double lastTimestamp = 0.0;     // seconds since 1970 of the last accepted traffic record
+    double lastRecordLat = 0.0;     // its position, degrees: the engine's own samples (stand, push) lie elsewhere
+    double lastRecordLon = 0.0;     // degrees
+    double lastRecordSpeed = 0.0;   // its ground speed, knots
+    double lastRecordMoved = 0.0;   // seconds since 1970 of the last accepted record with a new position: a
+                                    // fix repeated for seconds is stale, the next one makes up for all of them
     double lastCheckLat = 0.0;      // position at the last collision check against parked aircraft, degrees
     double lastCheckLon = 0.0;      // degrees
     int64_t standTime = 0;          // steady clock, ns, of the last sample inside the stand circle

@@ -22,6 +22,7 @@ namespace {
 constexpr size_t kDoublePaceAbove = 150;  // a batch larger than this is offered two records a slice
 constexpr int32_t kBatchRipe = 201;       // slices since the last batch began before a new one may start
 constexpr int32_t kBatchStartEvery = 10;  // and only on a multiple of this
+constexpr double kMetresPerNauticalMile = 1852.0;
 
 bool lf_passesCategory(ModelCategory c) {
     switch (c) {
@@ -134,6 +135,19 @@ bool lf_offerSampleToAct(const TrafficRecord& record, Act& act) {
                            elapsed);
         return true;
     }
+    const double sinceMoved = ts - act.lastRecordMoved;
+    const double taxiKt = std::max(v, act.lastRecordSpeed);
+    if (!record.airborne && !last.airborne && sinceMoved < kGroundJumpBelieveSeconds && taxiKt <= kGroundJumpTaxiKt) {
+        const double groundNm =
+            gf_distanceNm({act.lastRecordLat, act.lastRecordLon}, {record.latitude, record.longitude});
+        const double fastestKt = taxiKt + kGroundJumpHeadroomKt;
+        if (groundNm > fastestKt * sinceMoved / 3600.0 + kGroundJumpScatterNm) {
+            lf_logBadInputOnce(act, kBadInputGroundJump,
+                               "ground position {:.0f} m away after {:.0f} s at {:.0f} kt, records ignored",
+                               groundNm * kMetresPerNauticalMile, sinceMoved, taxiKt);
+            return true;
+        }
+    }
     const double lastV = last.groundSpeed;
     if ((lastV > 5.0 && v >= 10.0 * lastV) || (v > 5.0 && lastV >= 10.0 * v)) return true;
     if ((lastV <= 5.0 && v >= 80.0) || (v <= 5.0 && lastV >= 80.0)) return true;
@@ -148,12 +162,21 @@ bool lf_offerSampleToAct(const TrafficRecord& record, Act& act) {
     }
     if (act.state == ActState::New && !gf_outsideFieldBand(record)) return true;
     if (!lf_updateIdentity(act, record)) return true;
-    act.lastTimestamp = ts;
+    gf_noteAcceptedRecord(act, record);
     ++engine.acceptedSamples;
     gf_addSample(act, gf_sampleOf(record));
     return true;
 }
 }  // namespace
+
+void gf_noteAcceptedRecord(Act& act, const TrafficRecord& record) {
+    if (act.lastTimestamp == 0.0 || record.latitude != act.lastRecordLat || record.longitude != act.lastRecordLon)
+        act.lastRecordMoved = record.timestamp;
+    act.lastTimestamp = record.timestamp;
+    act.lastRecordLat = record.latitude;
+    act.lastRecordLon = record.longitude;
+    act.lastRecordSpeed = record.groundSpeed;
+}
 
 Sample gf_sampleOf(const TrafficRecord& r) {
     return Sample{r.latitude,      r.longitude, r.bank,    r.trueHeading, r.altitude, r.groundSpeed, r.track,

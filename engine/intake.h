@@ -27,10 +27,22 @@ constexpr double kNoFieldElevationFt = -1000.0;  // the field's elevation when n
 // slack) is no position of this aircraft: a corrupt position or a second aircraft under its address.
 constexpr double kFastestPlausibleKt = 1000.0;
 constexpr double kJumpSlackNm = 5.0;
+// A taxiing aircraft's record must lie within what its reported speed, and this much more, could carry it
+// since the last accepted record with a new position, plus the scatter of ground fixes: a taxiing aircraft
+// does not cover 180 m in a second, a multilateration fix that scatters by that much does. Past the
+// believe time the position is taken however far: the aircraft really is there (a take-off run without
+// speeds). Above taxi speeds the speeds lag a run that gains 5 kt a second: no test.
+constexpr double kGroundJumpTaxiKt = 50.0;
+constexpr double kGroundJumpHeadroomKt = 40.0;
+constexpr double kGroundJumpScatterNm = 0.016198704103671708;  // 30 m
+constexpr double kGroundJumpBelieveSeconds = 10.0;
 // Bits of Act::badInputLogged: each kind of impossible record is logged once per aircraft.
 constexpr uint8_t kBadInputTimeBack = 1;
 constexpr uint8_t kBadInputJump = 2;
+constexpr uint8_t kBadInputGroundJump = 4;
 
+// The record an Act has taken last: the yardstick of the next one's time and position.
+void gf_noteAcceptedRecord(Act& act, const TrafficRecord& record);
 // Engine thread: one traffic record offered to the active table (a new sample of a known aircraft, or a
 // new aircraft).
 void gf_offerLiveSample(TrafficRecord& record);

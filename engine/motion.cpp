@@ -28,7 +28,11 @@ constexpr double kApproachSinkFtPerS = 10.005;
 constexpr double kTakeOffClimbFpm = 1500.0;  // made-up climb of a take-off
 constexpr double kTakeOffClimbFtPerS = 25.0;
 constexpr double kApproachSpeedKt = 100.0;  // a head without speed on its way to the runway
-constexpr int32_t kCatchUpShareOf = 4;      // a leg is lengthened or shortened by at most 1/4 of itself
+// A leg works off the aircraft's lead or lag on its sample's due slice: it may take up to twice its length
+// in time (a slow-down no eye notices on the ground), but no less than half of it (at most double speed,
+// no surge across the apron).
+constexpr int32_t kCatchUpLongerShare = 1;
+constexpr int32_t kCatchUpShorterShare = 2;
 
 bool lf_categoryWanted(ModelCategory c) {
     switch (c) {
@@ -229,11 +233,10 @@ void gf_clampSchedule(Act& act, int32_t duration) {
     int32_t t = engine.slice + duration;
     if (act.extrapolation <= 0 && !next.stopped) {
         // Timed by length alone, a leg keeps whatever lead or lag the aircraft has (the seconds its
-        // creation took, a taxi slower than the real one) for the rest of its flight. Each leg works it
-        // off, its length in time changed by no more than a quarter, so the aircraft comes back to 30 s
-        // behind the real one within a few legs and without a surge.
-        const int32_t most = duration / kCatchUpShareOf;
-        t += std::clamp(next.dueTick - t, -most, most);
+        // creation took, a taxi slower than the real one, reported speeds that do not fit the distances
+        // between the positions) for the rest of its flight. On the ground, at 10 kt, one second off is
+        // already 5 m off the real aircraft: each leg works all of it off that the bounds allow.
+        t += std::clamp(next.dueTick - t, -duration / kCatchUpShorterShare, duration / kCatchUpLongerShare);
     }
     if (act.extrapolation <= 0) {
         if (t > next.dueTick + act.lateSlack)

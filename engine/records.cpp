@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "common/geo.h"
+#include "engine/intake.h"
 #include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
@@ -70,7 +71,7 @@ Act& gf_newAct(const TrafficRecord& record) {
     act.stream.push_back(Sample{record.latitude, record.longitude, record.bank, record.trueHeading, record.altitude,
                                 record.groundSpeed, record.track, record.verticalSpeed, record.airspeed, record.dueTick,
                                 record.airborne, false, record.hasHeading});
-    act.lastTimestamp = record.timestamp;
+    gf_noteAcceptedRecord(act, record);
     ++engine.actsCreated;
     return act;
 }

@@ -226,36 +226,60 @@ TEST_F(IntakeTest, WithoutGuidChangesTheIdentityIsStoredAndTheObjectStays) {
     EXPECT_TRUE(engine.removalQueue.empty());
 }
 // Impossible records cost only themselves, with one line per aircraft and kind; the next sane record
-// enters the stream as if they had not come.
+// enters the stream as if they had not come. On the ground a taxiing aircraft's fix may scatter by 30 m
+// beyond what its speed and 40 kt more carry it, a fix repeated for seconds was stale, and past 10 s the
+// position is believed.
 TEST_F(IntakeTest, ImpossibleRecordsAreLoggedOnceAndLeaveTheAircraftFlying) {
+    constexpr double kNmPerM = 1.0 / 1852.0;
     struct Case {
         const char* what;
-        double dt;  // seconds after the first record
+        double speedKt;  // 0: the aircraft flies at 200 kt; otherwise it taxis at this speed
+        double staleS;   // a record repeating the first position this many seconds after it; 0: none
+        double dt;       // seconds after the first record
         double eastNm;
         const char* logLine;  // empty: kept
     };
     const Case cases[] = {
-        {"time going backwards", -20.0, 1.0, "time stamp 20.0 s before the last one, records ignored"},
-        {"1000 nm away 10 s later", 10.0, 1000.0, "position 1000 nm away after 10 s, records ignored"},
-        {"8 nm away 10 s later", 10.0, 8.0, "position 8 nm away after 10 s, records ignored"},
-        {"7.5 nm away 10 s later: a fast jet and some noise", 10.0, 7.5, ""},
-        {"500 nm away 30 minutes later", 1800.0, 500.0, ""},
+        {"time going backwards", 0, 0, -20.0, 1.0, "time stamp 20.0 s before the last one, records ignored"},
+        {"1000 nm away 10 s later", 0, 0, 10.0, 1000.0, "position 1000 nm away after 10 s, records ignored"},
+        {"8 nm away 10 s later", 0, 0, 10.0, 8.0, "position 8 nm away after 10 s, records ignored"},
+        {"7.5 nm away 10 s later: a fast jet and some noise", 0, 0, 10.0, 7.5, ""},
+        {"500 nm away 30 minutes later", 0, 0, 1800.0, 500.0, ""},
+        {"taxiing, 85 m away 2 s later", 10, 0, 2.0, 85 * kNmPerM,
+         "ground position 85 m away after 2 s at 10 kt, records ignored"},
+        {"taxiing, 80 m away 2 s later: a scattered fix", 10, 0, 2.0, 80 * kNmPerM, ""},
+        {"taxiing, 150 m away 6 s after the fix last moved", 10, 4, 6.0, 150 * kNmPerM, ""},
+        {"taxiing, 400 m away 10 s later: it is there", 10, 0, 10.0, 400 * kNmPerM, ""},
+        {"rolling at 60 kt, 150 m away 2 s later", 60, 0, 2.0, 150 * kNmPerM, ""},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
         gf_clearEngineTables();
-        const TrafficRecord first = record(kHex, 1000.0, 3000);
-        Act& act = liveAct(first, ActPhase::Airborne);
+        TrafficRecord first = record(kHex, 1000.0, 3000);
+        if (c.speedKt > 0) {
+            first.airborne = false;
+            first.altitude = 1400.0;
+            first.groundSpeed = c.speedKt;
+        }
+        Act& act = liveAct(first, c.speedKt > 0 ? ActPhase::Taxi : ActPhase::Airborne);
+        if (c.staleS > 0) {
+            TrafficRecord stale = first;
+            stale.timestamp += c.staleS;
+            stale.dueTick += static_cast<int32_t>(c.staleS * 100);
+            stale.track += 10.0;  // not thinned away
+            gf_offerLiveSample(stale);
+        }
         TrafficRecord bad = first;
         bad.timestamp += c.dt;
         bad.dueTick += 1000;
+        bad.track += 5.0;
         const LatLon to = gf_destinationPoint({first.latitude, first.longitude}, kPi / 2, c.eastNm * 6076.11549);
         bad.latitude = to.lat;
         bad.longitude = to.lon;
         gf_offerLiveSample(bad);
         gf_offerLiveSample(bad);
         const bool kept = *c.logLine == '\0';
-        ASSERT_EQ(act.stream.size(), kept ? 2u : 1u);
+        ASSERT_EQ(act.stream.back().longitude == bad.longitude, kept);
         if (kept) continue;
         const std::string log = logText();
         const size_t at = log.find(c.logLine);
@@ -264,7 +288,8 @@ TEST_F(IntakeTest, ImpossibleRecordsAreLoggedOnceAndLeaveTheAircraftFlying) {
         TrafficRecord sane = first;
         sane.timestamp += 12.0;
         sane.dueTick += 1200;
-        sane.longitude += 0.6 * kDegPerNmLon;
+        sane.track += 5.0;
+        sane.longitude += (c.speedKt > 0 ? 0.02 : 0.6) * kDegPerNmLon;
         gf_offerLiveSample(sane);
         EXPECT_EQ(act.stream.size(), 2u);
     }

@@ -65,6 +65,21 @@ TEST_F(MotionTest, AirborneAircraftReachesEachSampleAtItsDueSlice) {
     for (size_t i = 1; i < longitudes.size(); ++i) EXPECT_GE(longitudes[i], longitudes[i - 1]);
 }
 
+// A leg timed by its length works off the aircraft's lead or lag on its sample's due slice, but takes no
+// less than half and no more than twice its length in time.
+TEST_F(MotionTest, LegWorksOffLeadOrLagWithinHalfToTwiceItsLength) {
+    const struct {
+        int32_t due, end;  // slices after now; the leg's length at its speed is 360
+    } cases[] = {{400, 400}, {1000, 720}, {100, 180}};
+    for (const auto& c : cases) {
+        gf_clearEngineTables();
+        Act& act = liveAct(record(kHex, 1000.0, engine.slice), ActPhase::Taxi, kObject);
+        act.stream.push_back(gf_sampleOf(eastOf(0.01, 0.0, engine.slice + c.due)));
+        gf_clampSchedule(act, 360);
+        EXPECT_EQ(act.stream[1].dueTick - engine.slice, c.end) << "due " << c.due;
+    }
+}
+
 // When the samples end in the air the aircraft flies on for 8 made-up legs, slowing down, then goes.
 TEST_F(MotionTest, AircraftWhoseDataEndFliesOnThenIsRemoved) {
     Act& act = liveAct(record(kHex, 1000.0, 0), ActPhase::Airborne, kObject);

@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 
 #include <fmt/format.h>
 
 #include "common/geo.h"
 #include "frame/links.h"
+#include "liveries/dbase.h"
+#include "simlink/user.h"
 #include "support/fixture.h"
 #include "tools/harness/harness.h"
 
@@ -165,6 +168,68 @@ TEST_F(WholeRunTest, UnknownTypesAndAirlinesCostOnlyTheirOwnAircraft) {
     ASSERT_NE(h.objectWithTail("QQQ570"), nullptr);
     EXPECT_EQ(h.objectWithTail("QQQ570")->title, "Generic A320");
     for (const char* flying : {"CAI3208", "SWR137H", "SWR75C"}) EXPECT_NE(h.objectWithTail(flying), nullptr) << flying;
+}
+
+// The user stands on the taxiway to B34 where CAI3208 passes after landing, among the other recorded
+// traffic. No aircraft comes closer to him than the ground clearance, less what it rolls in the second
+// between two checks; and no two aircraft on the ground overlap where their recordings did not.
+TEST_F(WholeRunTest, NothingComesCloserThanTheClearanceToTheUserOrOverlapsOnTheGround) {
+    constexpr double kMetresPerNm = 1852.0;
+    constexpr double kRollPerCheckM = 15.0;  // 30 kt for the second between two checks
+    constexpr double kPassingM = 50.0;       // beyond the clearance: the traffic did come by
+    harness::Options o = options();
+    o.sim.user.latitude = 47.455258;  // CAI3208 400 s into its recording, taxiing
+    o.sim.user.longitude = 8.554054;
+    harness::Harness h(o);
+    ASSERT_TRUE(h.start());
+    user.userHalfSpan = gf_halfWingspan("A320");  // the harness runs no start-up that asks for his model
+    h.runFor(20 * 60 * 1000);
+
+    const LatLon userAt{o.sim.user.latitude, o.sim.user.longitude};
+    const auto halfSpanM = [&](int flight) {
+        return gf_halfWingspan(o.traffic.flights.at(static_cast<size_t>(flight)).type) * kMetresPerNm;
+    };
+    struct Seen {
+        int flight;
+        LatLon at;
+    };
+    std::map<int64_t, std::vector<Seen>> onGroundBySecond;
+    double nearestM = 1e9;
+    for (const simdouble::SimObject* a : h.aiObjects()) {
+        const int flight = h.flightOfCallsign(a->tail);
+        ASSERT_GE(flight, 0) << a->tail;
+        for (const simdouble::TrackPoint& p : a->track) {
+            if (!p.onGround) continue;
+            const LatLon at{p.latitude, p.longitude};
+            const double clearanceM = (*user.userHalfSpan * kMetresPerNm + halfSpanM(flight)) * 1.1;
+            const double beyondM = gf_distanceNm(userAt, at) * kMetresPerNm - clearanceM;
+            EXPECT_GT(beyondM, -kRollPerCheckM) << a->tail << " at " << p.atMs << " ms";
+            nearestM = std::min(nearestM, beyondM);
+            onGroundBySecond[p.atMs / 1000].push_back({flight, at});
+        }
+    }
+    EXPECT_LT(nearestM, kPassingM);
+
+    // SWR75C's recorded fixes on the ground scatter by hundreds of metres from one second to the next:
+    // where it is shown is nowhere in particular.
+    const int scattered = h.flightOfCallsign("SWR75C");
+    for (const auto& [second, here] : onGroundBySecond)
+        for (size_t i = 0; i < here.size(); ++i)
+            for (size_t j = i + 1; j < here.size(); ++j) {
+                const Seen& a = here[i];
+                const Seen& b = here[j];
+                if (a.flight == b.flight || a.flight == scattered || b.flight == scattered) continue;
+                const double spansM = halfSpanM(a.flight) + halfSpanM(b.flight);
+                if (gf_distanceNm(a.at, b.at) * kMetresPerNm >= spansM) continue;
+                const double then = h.utcAtSimMs(second * 1000) - kDelayS;
+                const auto ra = h.recordedPosition(static_cast<size_t>(a.flight), then);
+                const auto rb = h.recordedPosition(static_cast<size_t>(b.flight), then);
+                ASSERT_TRUE(ra && rb);
+                EXPECT_LT(gf_distanceNm(*ra, *rb) * kMetresPerNm, spansM + kRollPerCheckM)
+                    << o.traffic.flights.at(static_cast<size_t>(a.flight)).callsign << " and "
+                    << o.traffic.flights.at(static_cast<size_t>(b.flight)).callsign << " overlap at " << second << " s";
+            }
+    if (HasFailure()) exportTracks(h);
 }
 
 }  // namespace

@@ -24,8 +24,9 @@ TEST(FidelityStats, MedianAndPercentileByNearestRank) {
 constexpr double kStepDeg = 0.0001;  // latitude per recorded second: 11.1 m/s, 21.6 kt
 constexpr double kStepM = kStepDeg * 111195.0;
 
-// Two flights; the second runs north on the ground for 60 s from a stand that faces north.
-tdbl::Scenario lf_scenario() {
+// Two flights; the second runs north on the ground for 60 s from a stand that faces north, after standing
+// still there for `stillS` seconds.
+tdbl::Scenario lf_scenario(int stillS = 0) {
     tdbl::Scenario s;
     s.replayOriginUnix = 1000;
     s.replayStaggerS = 97.0;
@@ -36,7 +37,7 @@ tdbl::Scenario lf_scenario() {
         for (int t = 0; t <= 60; ++t) {
             tdbl::TrackPoint p;
             p.t = t;
-            p.lat = 47.0 + kStepDeg * t;
+            p.lat = 47.0 + kStepDeg * std::max(0, t - stillS);
             p.lon = 8.0;
             p.groundSpeedKt = 21.6 + t;
             p.onGround = 1;
@@ -99,20 +100,21 @@ TEST(FidelityCompare, ErrorsAreTakenAgainstTheRecording30SecondsEarlier) {
         EXPECT_TRUE(r.airErrM.empty());
         EXPECT_NEAR(fidelity::gf_median(r.groundErrM), c.medianM, 0.2);
         EXPECT_LT(r.worstJumpExcessM, 0.0);
-        EXPECT_EQ(r.startStand, "S1");
+        EXPECT_EQ(r.startStand, "");  // it rolls from its first second: no push back to judge
     }
 }
 
 TEST(FidelityCompare, AJumpCountsOverSpeedTimesFrameAndLeavingTailFirstIsAPushBack) {
-    const tdbl::Scenario s = lf_scenario();
+    const tdbl::Scenario s = lf_scenario(30);  // standing on its stand for the live delay
     const std::vector<fidelity::Stand> stands{{"S1", {47.0, 8.0}, 0.0}};
     fidelity::CompareSetup setup;
     setup.simEpochUtc = 1000.0 + 97.0 + 30.0;
     simdouble::SimObject o = lf_shownObject(s, setup, 30.0);
-    // 55.6 m ahead for one frame, 20 s in: 41.6 kt allow 2.14 m a frame, plus 1 m.
-    o.track[200].latitude += 0.0005;
+    // 55.6 m ahead for one frame, 40 s in: 61.6 kt allow 3.17 m a frame, plus 1 m.
+    o.track[400].latitude += 0.0005;
     fidelity::FlightResult r = fidelity::gf_compareFlight(s, 1, {&o}, stands, setup);
-    EXPECT_NEAR(r.worstJumpExcessM, (0.0005 + kStepDeg / 10) * 111195.0 - 3.14, 0.3);
+    EXPECT_EQ(r.startStand, "S1");
+    EXPECT_NEAR(r.worstJumpExcessM, (0.0005 + kStepDeg / 10) * 111195.0 - 4.17, 0.3);
     ASSERT_TRUE(r.pushBackwards.has_value());
     EXPECT_FALSE(*r.pushBackwards);  // nose north, rolling north
 

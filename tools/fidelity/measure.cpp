@@ -49,6 +49,15 @@ double lf_recordedSpeed(const tdbl::TrackPoint& a, const tdbl::TrackPoint& b, do
     const double byDistance = dtS > 0.0 ? lf_metres({a.lat, a.lon}, {b.lat, b.lon}) / dtS : 0.0;
     return std::max(bySpeed, byDistance);
 }
+
+bool lf_startsStill(const tdbl::Flight& f, const CompareSetup& setup) {
+    const tdbl::TrackPoint& first = f.points.front();
+    for (const tdbl::TrackPoint& p : f.points) {
+        if (p.t - first.t > setup.startStillS) break;
+        if (lf_metres({first.lat, first.lon}, {p.lat, p.lon}) > setup.startStillM) return false;
+    }
+    return true;
+}
 }  // namespace
 
 double gf_percentile(std::vector<double> values, double p) {
@@ -128,8 +137,9 @@ FlightResult gf_compareFlight(const tdbl::Scenario& s, size_t flight,
     if (f.points.empty()) return r;
     const tdbl::TrackPoint& first = f.points.front();
     const tdbl::TrackPoint& last = f.points.back();
-    const Stand* startStand =
-        first.onGround == 1 ? gf_nearestStand(stands, {first.lat, first.lon}, setup.standWithinM) : nullptr;
+    const Stand* startStand = first.onGround == 1 && lf_startsStill(f, setup)
+                                  ? gf_nearestStand(stands, {first.lat, first.lon}, setup.standWithinM)
+                                  : nullptr;
     const Stand* endStand =
         last.onGround == 1 ? gf_nearestStand(stands, {last.lat, last.lon}, setup.standWithinM) : nullptr;
     if (startStand) r.startStand = startStand->name;

@@ -43,7 +43,7 @@ struct FlightResult {
     std::vector<double> touchdownSinkFpm;
     std::string endStand;  // the recording ends parked here ("" if it does not)
     std::optional<double> standDistM, standHeadingErrDeg;
-    std::string startStand;             // the recording starts here ("" if it does not)
+    std::string startStand;             // the recording starts standing still here ("" if it does not)
     std::optional<bool> pushBackwards;  // the shown aircraft left its stand tail first
 };
 
@@ -54,6 +54,11 @@ struct CompareSetup {
     // A recording that starts or ends this close to a stand is on it: the fixes lie tens of metres off.
     double standWithinM = 50.0;
     double pushMetres = 5.0;  // movement from the first position that tells the direction of leaving
+    // A recording starts on its stand only if it stands still there for the live delay: its fixes stay
+    // within the scatter of a standing aircraft's fixes. One that moves sooner is already rolling when the
+    // program first sees it (30 s of its future at once) and is made taxiing, not on the stand.
+    double startStillS = 30.0;
+    double startStillM = 25.0;
 };
 
 // `objects` are the simulator's objects of flight `flight`, in creation order.
