@@ -9,6 +9,7 @@
 #include "frame/core/params.h"
 #include "platform/platform.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 namespace fs = std::filesystem;
 
@@ -56,12 +57,8 @@ TEST_F(FoldersTest, MakeFoldersCreatesTheOutputTreeOnly) {
 TEST_F(FoldersTest, MakeFolderFailureNamesTheOperation) {
     writeFile("output", "a file in the way");
     writeFile("airports", "");
-    try {
-        gf_makeFolder("output/info");
-        FAIL();
-    } catch (const fs::filesystem_error& e) {
-        EXPECT_NE(std::string(e.what()).find("create_directory"), std::string::npos) << e.what();
-    }
+    EXPECT_NE(gf_thrownText<fs::filesystem_error>([] { gf_makeFolder("output/info"); }).find("create_directory"),
+              std::string::npos);
 }
 
 TEST_F(FoldersTest, FirstStartStoresVersionAndWritesTheKeyTemplate) {
@@ -123,14 +120,8 @@ TEST_F(FoldersTest, SimVersionBySubstringThenParameter) {
     P3D_VERSION.current = 6;
     EXPECT_EQ(gf_simVersion(), "6");
     P3D_VERSION.current = 4;  // only reachable by a bug: the parameter's minimum is 5
-    try {
-        gf_simVersion();
-        FAIL();
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_STREQ(
-            e.what(),
-            "77: P3D install path does not contain v5 or v6? Use hidden parameter P3D_VERSION, set it at 5 or 6");
-    }
+    EXPECT_EQ(gf_userErrorOf(gf_simVersion).second,
+              "77: P3D install path does not contain v5 or v6? Use hidden parameter P3D_VERSION, set it at 5 or 6");
 }
 
 // The machine's registry: the SetupPath of each installed Prepar3D, by its major version.
@@ -165,12 +156,7 @@ TEST_F(FoldersTest, TheSimulatorIsDetectedInTheRegistry) {
                     return path;
             return std::nullopt;
         });
-        int code = 0;
-        try {
-            lf_detectSim();
-        } catch (const zel::UserErrorException& e) {
-            code = e.code();
-        }
+        const int code = gf_userErrorOf(lf_detectSim).first;
         EXPECT_EQ(code, c.code);
         if (code == 0 && !c.scanFolder) {
             EXPECT_EQ(SIM_INSTALL_PATH.current, c.path);
