@@ -64,10 +64,8 @@ TEST_F(ExitTest, UserCloseEndsTheProcessAndResetsTheSessionParameters) {
     EXPECT_EQ(BLOCK_CALLSIGN.current, "");
     EXPECT_FALSE(SIM_TIME.current);
     EXPECT_EQ(TIME_SHIFT_HOURS.current, 0);
-    EXPECT_TRUE(asked("stopSimClient"));
-    EXPECT_TRUE(asked("removeAllLive"));
-    EXPECT_TRUE(asked("removeAllQueuedObjects"));
-    EXPECT_TRUE(asked("logMatchingSummary"));
+    for (const char* step : {"stopSimClient", "removeAllLive", "removeAllQueuedObjects", "logMatchingSummary"})
+        EXPECT_TRUE(asked(step)) << step;
     EXPECT_FALSE(asked("rtLogout"));  // no session was up
     EXPECT_EQ(elapsed_, std::chrono::milliseconds(1500));
 }

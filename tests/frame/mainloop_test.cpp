@@ -160,33 +160,29 @@ TEST_F(ScheduleTest, ReaderStoppedEndsTheRunAtTheNextThirtyTicks) {
     EXPECT_EQ(exitRequests_.back(), std::make_pair(5, 0));
 }
 
+// On the ground near, high up far, between them by the nearest listed airport (rounded, plus 3); the query
+// box is asked for anew only when the range changes.
 TEST_F(ScheduleTest, AutoRangeNearFarAndBetween) {
-    links::answers.userOnGround = true;
-    gf_autoRange();
-    EXPECT_EQ(parDerived.radiusMetres, 24816);
-    EXPECT_EQ(LATERAL_RANGE.current, 8);
-    links::answers.userOnGround = false;
-    links::answers.userAltitudeFt = 25000.0;
-    gf_autoRange();
-    EXPECT_EQ(parDerived.radiusMetres, 84080);
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    links::answers.userAltitudeFt = 5000.0;
-    links::answers.nearestListedAirportNm = 4.9;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 8);
-    links::answers.nearestListedAirportNm = 20.4;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 23);  // rounded plus 3
-    EXPECT_EQ(parDerived.radiusMetres, 23 * 1852 + 10000);
-    EXPECT_TRUE(has(trace_, "computeQueryBox")) << "a new range asks for a new box";
-    links::answers.nearestListedAirportNm = 36.9;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    links::answers.nearestListedAirportNm = 37.0;
-    trace_.clear();
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    EXPECT_FALSE(has(trace_, "computeQueryBox")) << "the same range keeps the box";
+    const struct {
+        bool onGround;
+        double altitudeFt, nearestNm;  // nearestNm 0: as it was
+        int32_t range;
+    } rows[] = {{true, 0, 0, 8},         {false, 25000, 0, 40},   {false, 5000, 4.9, 8},
+                {false, 5000, 20.4, 23}, {false, 5000, 36.9, 40}, {false, 5000, 37.0, 40}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.range);
+        links::answers.userOnGround = r.onGround;
+        links::answers.userAltitudeFt = r.altitudeFt;
+        if (r.nearestNm > 0) links::answers.nearestListedAirportNm = r.nearestNm;
+        const int32_t before = LATERAL_RANGE.current;
+        trace_.clear();
+        gf_autoRange();
+        EXPECT_EQ(LATERAL_RANGE.current, r.range);
+        EXPECT_EQ(parDerived.radiusMetres, r.range * 1852 + 10000);
+        if (&r != rows) {
+            EXPECT_EQ(has(trace_, "computeQueryBox"), r.range != before);
+        }
+    }
     EXPECT_EQ(gf_controlState(LATERAL_RANGE.controlId).text, "40");
 }
 
