@@ -78,14 +78,20 @@ TEST_F(FoldersTest, FirstStartCopiesTheServiceApplicationsKey) {
     EXPECT_FALSE(logHas("ABC-secret-123"));  // the key never reaches the log
 }
 
-TEST_F(FoldersTest, SameVersionChangesNothing) {
+// The same version, or a newer one in the file (a step back), is no update: the elements and the key stay.
+TEST_F(FoldersTest, TheSameOrANewerVersionChangesNothing) {
     writeFile(kAccountKeyFile, "{\"license\": \"K\"}");
-    startWith("9.3.0");
-    EXPECT_FALSE(logHas("This is a version update"));
-    EXPECT_FALSE(logHas("removed"));
-    EXPECT_NE(params().find("SECONDS_DELAY"), std::string::npos);
-    EXPECT_EQ(LAST_EPOCH_TIME.current, 1700000000);
-    EXPECT_EQ(gf_readAccountKey(), "K");
+    for (const char* version : {"9.3.0", "9.10.0"}) {
+        SCOPED_TRACE(version);
+        startWith(version);
+        EXPECT_FALSE(logHas("This is a version update"));
+        EXPECT_FALSE(logHas("removed"));
+        EXPECT_EQ(PROGRAM_VERSION.current, "9.3.0");
+        EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
+        EXPECT_NE(params().find("SECONDS_DELAY"), std::string::npos);
+        EXPECT_EQ(LAST_EPOCH_TIME.current, 1700000000);
+        EXPECT_EQ(gf_readAccountKey(), "K");
+    }
 }
 
 TEST_F(FoldersTest, OlderVersionIsAnUpdate) {
@@ -101,14 +107,6 @@ TEST_F(FoldersTest, OlderVersionIsAnUpdate) {
     EXPECT_NE(params().find("Nov 21, 2026"), std::string::npos);
     EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
     EXPECT_FALSE(fs::exists(kAccountKeyFile));  // an update leaves the key file alone
-}
-
-TEST_F(FoldersTest, NewerVersionInTheFileIsNoUpdate) {
-    startWith("9.10.0");
-    EXPECT_FALSE(logHas("This is a version update"));
-    EXPECT_EQ(PROGRAM_VERSION.current, "9.3.0");
-    EXPECT_NE(params().find("name=\"PROGRAM_VERSION\" value=\"9.3.0\""), std::string::npos);
-    EXPECT_NE(params().find("SECONDS_DELAY"), std::string::npos);  // a step back keeps the elements
 }
 
 TEST_F(FoldersTest, SimVersionBySubstringThenParameter) {
