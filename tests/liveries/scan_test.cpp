@@ -81,6 +81,12 @@ std::vector<RuleCase> lf_ruleCases() {
          "[fltsim.0]\ntitle=Caf\xe9 Air\nsim=X\natc_parking_codes=AAL\n",
          {"AAL B738 Caf\xc3\xa9 Air  0"},
          ""},
+        {"a UTF-8 title stays as it is (no overlong form, each character once)",
+         "[fltsim.0]\ntitle=Z\xc3\xbcrich\xc2\xa0"
+         "Air \xe2\x9c\x88\nsim=X\natc_parking_codes=AAL\n",
+         {"AAL B738 Z\xc3\xbcrich\xc2\xa0"
+          "Air \xe2\x9c\x88  0"},
+         ""},
         {"no title", "[fltsim.0]\nsim=X\natc_parking_codes=AAL\n", {}, "[fltsim.0] misses title"},
         {"no parking codes", "[fltsim.0]\ntitle=A\nsim=X\n", {}, "[fltsim.0] empty atc_parking_codes="},
         {"two titles", lf_section(0, "title=Again\n"), {}, "[fltsim.0] has more than one title key"},
