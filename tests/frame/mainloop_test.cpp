@@ -251,3 +251,15 @@ TEST_F(ScheduleTest, UnmatchedAircraftAreForgottenOnlyWhenTheUserAsks) {
     tickTo(89);
     EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 90: once per request
 }
+
+// "Re-read" is served on the 15 grid, only when asked, and once.
+TEST_F(ScheduleTest, ReReadIsServedOnlyWhenAsked) {
+    tickTo(14);
+    EXPECT_FALSE(has(tick(), "reReadParkAirports"));  // T = 15: nobody asked
+    run.reReadRequested = true;
+    tickTo(29);
+    EXPECT_TRUE(has(tick(), "reReadParkAirports"));  // T = 30: served
+    EXPECT_FALSE(run.reReadRequested);
+    tickTo(44);
+    EXPECT_FALSE(has(tick(), "reReadParkAirports"));  // T = 45: once per request
+}
