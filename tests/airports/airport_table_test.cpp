@@ -10,6 +10,7 @@
 #include "airports/closest_stand.h"
 #include "frame/core/errors.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
@@ -46,13 +47,8 @@ protected:
                                 p.lat, p.lon);
         writeFile(path, text + "</parkpositions>");
     }
-    std::pair<int, std::string> userError() {
-        try {
-            gf_readAirports();
-        } catch (const zel::UserErrorException& e) {
-            return {e.code(), e.what()};
-        }
-        return {0, ""};
+    static std::pair<int, std::string> userError() {
+        return gf_userErrorOf([] { gf_readAirports(); });
     }
 };
 

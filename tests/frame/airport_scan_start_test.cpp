@@ -10,6 +10,7 @@
 #include "frame/core/params.h"
 #include "frame/links.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 namespace fs = std::filesystem;
 
@@ -23,29 +24,17 @@ protected:
         runPaths.stockAirports = root_ / "P3D" / "Scenery";
         SCAN_AIRPORTS.current = true;
     }
-    int32_t errorOfScan() {
-        try {
-            links::scanAirports();
-        } catch (const zel::UserErrorException& e) {
-            return e.code();
-        }
-        return 0;
-    }
 };
 
 TEST_F(AirportScanStartTest, ManualFoldersAreCheckedBeforeAnythingIsTouched) {
     AFG_AUTOMATIC.current = false;
     writeFile("airports/my_ORBX/OLD.xml", "from the last scan");
-    EXPECT_EQ(errorOfScan(), 49);
+    EXPECT_EQ(gf_userErrorOf(links::scanAirports).first, 49);
     afolder[2].current = "D:\\Addons";
     afolder[3].current = (runPaths.stockAirports / "0601").string();
-    EXPECT_EQ(errorOfScan(), 42);
-    try {
-        links::scanAirports();
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_NE(std::string(e.what()).find("parameter afolder3 points to stock airports instead of add-on airports!"),
-                  std::string::npos);
-    }
+    const auto [code, text] = gf_userErrorOf(links::scanAirports);
+    EXPECT_EQ(code, 42);
+    EXPECT_NE(text.find("parameter afolder3 points to stock airports instead of add-on airports!"), std::string::npos);
     EXPECT_TRUE(fs::exists("airports/my_ORBX/OLD.xml"));
     EXPECT_TRUE(SCAN_AIRPORTS.current);
 }

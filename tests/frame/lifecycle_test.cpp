@@ -64,28 +64,23 @@ TEST_F(ExitTest, UserCloseEndsTheProcessAndResetsTheSessionParameters) {
     EXPECT_EQ(BLOCK_CALLSIGN.current, "");
     EXPECT_FALSE(SIM_TIME.current);
     EXPECT_EQ(TIME_SHIFT_HOURS.current, 0);
-    EXPECT_TRUE(asked("stopSimClient"));
-    EXPECT_TRUE(asked("removeAllLive"));
-    EXPECT_TRUE(asked("removeAllQueuedObjects"));
-    EXPECT_TRUE(asked("logMatchingSummary"));
+    for (const char* step : {"stopSimClient", "removeAllLive", "removeAllQueuedObjects", "logMatchingSummary"})
+        EXPECT_TRUE(asked(step)) << step;
     EXPECT_FALSE(asked("rtLogout"));  // no session was up
     EXPECT_EQ(elapsed_, std::chrono::milliseconds(1500));
 }
 
-TEST_F(ExitTest, SystemErrorWaitsLongerSoTheErrorStaysReadable) {
-    exitWith(kExitSystemError, 0);
-    EXPECT_TRUE(logHas("Exiting: SYSTEM ERROR\n"));
-    EXPECT_EQ(elapsed_, std::chrono::milliseconds(6500));
-    EXPECT_FALSE(run.userClosed);
-}
-
-TEST_F(ExitTest, KeepSimTimeKeepsTheShiftOverTheEnd) {
+// KEEP_SIM_TIME keeps the shift over the end; a system error waits longer so that it stays readable.
+TEST_F(ExitTest, SimClosedKeepsAKeptShiftAndASystemErrorWaitsLonger) {
     KEEP_SIM_TIME_PAR.current = true;
     SIM_TIME.current = false;
     TIME_SHIFT_DAYS.current = 2;
     exitWith(kExitSimClosed, 0);
     EXPECT_TRUE(logHas("Exiting: SIM WAS CLOSED\n"));
     EXPECT_EQ(TIME_SHIFT_DAYS.current, 2);
+    exitWith(kExitSystemError, 0);
+    EXPECT_TRUE(logHas("Exiting: SYSTEM ERROR\n"));
+    EXPECT_EQ(elapsed_, std::chrono::milliseconds(6500));
     EXPECT_FALSE(run.userClosed);
 }
 
@@ -177,17 +172,6 @@ TEST_F(StartTest, MissingInstallPathOnLinuxStopsTheRunWithError151) {
     EXPECT_TRUE(fs::is_directory("output/errors"));
 }
 
-TEST_F(StartTest, AnExitBeforeTheTrafficStartsEndsTheStartQuietly) {
-    SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D v5";
-    gf_saveParameter(SIM_INSTALL_PATH);
-    run.userClosed = true;
-    lf_startUpZARK();
-    EXPECT_FALSE(loop.inMainLoop);
-    EXPECT_FALSE(asked("startSimClient"));
-    EXPECT_TRUE(exitRequests_.empty());
-    EXPECT_EQ(gf_messageLine().error, "");
-}
-
 TEST_F(StartTest, TheWaitForTheSimulatorEndsWithAnExit) {
     run.simRunning = false;
     std::thread closer([] {
@@ -220,29 +204,26 @@ TEST_F(StartTest, TheWaitForTheSimulatorEndsWhenTheUserAircraftIsPlaced) {
     EXPECT_EQ(std::find(names, trace_.end(), "requestUserSnapshot"), trace_.end()) << "names once it is placed";
 }
 
-// A time shift kept from the last run is applied again at the start (unless sim time is on).
-TEST_F(StartTest, AKeptTimeShiftIsAppliedAgain) {
-    SIM_INSTALL_PATH.current = "C:\\P3D v5";
+// A start the user ends before the traffic ends quietly, after it has applied what the last run left: a kept
+// time shift (sim time is off), and the time since that run in the log.
+TEST_F(StartTest, AStartClosedBeforeTheTrafficEndsQuietlyWithTheLastRunApplied) {
+    SIM_INSTALL_PATH.current = "C:\\Lockheed Martin\\Prepar3D v5";
     TIME_SHIFT_DAYS.current = 1;
     TIME_SHIFT_HOURS.current = 2;
     TIME_SHIFT_MINS.current = 3;
-    for (auto* p : {&TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS}) gf_saveParameter(*p);
-    gf_saveParameter(SIM_INSTALL_PATH);
-    run.userClosed = true;
-    lf_startUpZARK();
-    EXPECT_TRUE(loop.timeShifted);
-    EXPECT_EQ(TIME_SHIFT_DAYS.current * 1440 + TIME_SHIFT_HOURS.current * 60 + TIME_SHIFT_MINS.current, 1563);
-}
-
-TEST_F(StartTest, ElapsedTimeSinceTheLastRunIsLogged) {
-    SIM_INSTALL_PATH.current = "C:\\P3D v5";
     LAST_EPOCH_TIME.current = static_cast<int32_t>(gf_epochSeconds() - 125);
     PROGRAM_VERSION.current = "9.3.0";
+    for (auto* p : {&TIME_SHIFT_DAYS, &TIME_SHIFT_HOURS, &TIME_SHIFT_MINS, &LAST_EPOCH_TIME}) gf_saveParameter(*p);
     gf_saveParameter(SIM_INSTALL_PATH);
-    gf_saveParameter(LAST_EPOCH_TIME);
     gf_saveParameter(PROGRAM_VERSION);
     run.userClosed = true;
     lf_startUpZARK();
+    EXPECT_FALSE(loop.inMainLoop);
+    EXPECT_FALSE(asked("startSimClient"));
+    EXPECT_TRUE(exitRequests_.empty());
+    EXPECT_EQ(gf_messageLine().error, "");
+    EXPECT_TRUE(loop.timeShifted);
+    EXPECT_EQ(TIME_SHIFT_DAYS.current * 1440 + TIME_SHIFT_HOURS.current * 60 + TIME_SHIFT_MINS.current, 1563);
     EXPECT_TRUE(logHas("2 minutes and 5 seconds since last run\n"));
 }
 

@@ -47,11 +47,14 @@ protected:
     std::vector<std::string> trace_;
 };
 
-TEST_F(ScheduleTest, SlicesRunWithoutTicksAndTicksOnlyWhenDelivered) {
+TEST_F(ScheduleTest, SlicesRunWithoutTicksAndTicksOnlyWhenDeliveredMergedTicksOnce) {
     for (int i = 0; i < 500; ++i) lf_slice();
     EXPECT_EQ(loop.tickCount, 0);
     EXPECT_TRUE(has(trace_, "moveAircraft"));
-    tick();
+    run.tickPending = true;
+    run.tickPending = true;  // a second delivery while the slice was busy
+    lf_slice();
+    lf_slice();
     EXPECT_EQ(loop.tickCount, 1);
     EXPECT_FALSE(run.tickPending);
 }
@@ -117,14 +120,6 @@ TEST_F(ScheduleTest, NoParkingUpdateAwayFromAParkAirportOrWithInitialLoadOnly) {
     EXPECT_TRUE(run.parkUpdateRequested);
 }
 
-TEST_F(ScheduleTest, MergedTicksCountOnce) {
-    run.tickPending = true;
-    run.tickPending = true;  // a second delivery while the slice was busy
-    lf_slice();
-    lf_slice();
-    EXPECT_EQ(loop.tickCount, 1);
-}
-
 TEST_F(ScheduleTest, FlightNotRunningStopsTrafficAndResumes) {
     links::setTrace(&trace_);
     links::setAcceptTraffic(true);  // as mainLoop leaves it on entry
@@ -165,49 +160,33 @@ TEST_F(ScheduleTest, ReaderStoppedEndsTheRunAtTheNextThirtyTicks) {
     EXPECT_EQ(exitRequests_.back(), std::make_pair(5, 0));
 }
 
+// On the ground near, high up far, between them by the nearest listed airport (rounded, plus 3); the query
+// box is asked for anew only when the range changes.
 TEST_F(ScheduleTest, AutoRangeNearFarAndBetween) {
-    links::answers.userOnGround = true;
-    gf_autoRange();
-    EXPECT_EQ(parDerived.radiusMetres, 24816);
-    EXPECT_EQ(LATERAL_RANGE.current, 8);
-    links::answers.userOnGround = false;
-    links::answers.userAltitudeFt = 25000.0;
-    gf_autoRange();
-    EXPECT_EQ(parDerived.radiusMetres, 84080);
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    links::answers.userAltitudeFt = 5000.0;
-    links::answers.nearestListedAirportNm = 4.9;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 8);
-    links::answers.nearestListedAirportNm = 20.4;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 23);  // rounded plus 3
-    EXPECT_EQ(parDerived.radiusMetres, 23 * 1852 + 10000);
-    EXPECT_TRUE(has(trace_, "computeQueryBox")) << "a new range asks for a new box";
-    links::answers.nearestListedAirportNm = 36.9;
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    links::answers.nearestListedAirportNm = 37.0;
-    trace_.clear();
-    gf_autoRange();
-    EXPECT_EQ(LATERAL_RANGE.current, 40);
-    EXPECT_FALSE(has(trace_, "computeQueryBox")) << "the same range keeps the box";
+    const struct {
+        bool onGround;
+        double altitudeFt, nearestNm;  // nearestNm 0: as it was
+        int32_t range;
+    } rows[] = {{true, 0, 0, 8},         {false, 25000, 0, 40},   {false, 5000, 4.9, 8},
+                {false, 5000, 20.4, 23}, {false, 5000, 36.9, 40}, {false, 5000, 37.0, 40}};
+    for (const auto& r : rows) {
+        SCOPED_TRACE(r.range);
+        links::answers.userOnGround = r.onGround;
+        links::answers.userAltitudeFt = r.altitudeFt;
+        if (r.nearestNm > 0) links::answers.nearestListedAirportNm = r.nearestNm;
+        const int32_t before = LATERAL_RANGE.current;
+        trace_.clear();
+        gf_autoRange();
+        EXPECT_EQ(LATERAL_RANGE.current, r.range);
+        EXPECT_EQ(parDerived.radiusMetres, r.range * 1852 + 10000);
+        if (&r != rows) {
+            EXPECT_EQ(has(trace_, "computeQueryBox"), r.range != before);
+        }
+    }
     EXPECT_EQ(gf_controlState(LATERAL_RANGE.controlId).text, "40");
 }
 
-TEST_F(ScheduleTest, TimeShiftIsCutToFourWeeks) {
-    gf_setTimeShift(40321, false);
-    EXPECT_TRUE(logHas("Time shifting is limited to 4 weeks\n"));
-    EXPECT_EQ(TIME_SHIFT_DAYS.current, 28);
-    EXPECT_EQ(TIME_SHIFT_HOURS.current, 0);
-    EXPECT_EQ(TIME_SHIFT_MINS.current, 0);
-    EXPECT_TRUE(loop.timeShifted);
-    EXPECT_EQ(gf_messageLine().message, "Time shifted 40320 minutes");
-    EXPECT_TRUE(run.parkUpdateRequested);
-    EXPECT_TRUE(has(trace_, "removeAllLive"));
-}
-
-TEST_F(ScheduleTest, SilentTimeShiftShowsNothingAndRemovesNothing) {
+TEST_F(ScheduleTest, ASilentTimeShiftShowsAndRemovesNothingAndAShiftIsCutToFourWeeks) {
     gf_setTimeShift(1 * 1440 + 10 * 60 + 50, true);
     EXPECT_EQ(TIME_SHIFT_DAYS.current, 1);
     EXPECT_EQ(TIME_SHIFT_HOURS.current, 10);
@@ -216,6 +195,16 @@ TEST_F(ScheduleTest, SilentTimeShiftShowsNothingAndRemovesNothing) {
     EXPECT_FALSE(has(trace_, "removeAllLive"));
     EXPECT_FALSE(run.parkUpdateRequested);
     EXPECT_NE(readFile(gf_parametersPath()).find("name=\"TIME_SHIFT_HOURS\" value=\"10\""), std::string::npos);
+    gf_setTimeShift(40321, false);
+    EXPECT_TRUE(logHas("Time shifting is limited to 4 weeks\n"));
+    EXPECT_EQ(TIME_SHIFT_DAYS.current, 28);
+    EXPECT_EQ(TIME_SHIFT_HOURS.current, 0);
+    EXPECT_EQ(TIME_SHIFT_MINS.current, 0);
+    EXPECT_EQ(gf_messageLine().message, "Time shifted 40320 minutes");
+    EXPECT_TRUE(run.parkUpdateRequested);
+    EXPECT_TRUE(has(trace_, "removeAllLive"));
+    EXPECT_TRUE(loop.timeShifted);
+    trace_.clear();
     gf_setTimeShift(0, false);
     EXPECT_FALSE(loop.timeShifted);
     EXPECT_EQ(gf_messageLine().message, "No time shift");
@@ -261,4 +250,16 @@ TEST_F(ScheduleTest, UnmatchedAircraftAreForgottenOnlyWhenTheUserAsks) {
     EXPECT_FALSE(run.forgetNoMatchRequested);
     tickTo(89);
     EXPECT_FALSE(has(tick(), "forgetNoMatchAircraft"));  // T = 90: once per request
+}
+
+// "Re-read" is served on the 15 grid, only when asked, and once.
+TEST_F(ScheduleTest, ReReadIsServedOnlyWhenAsked) {
+    tickTo(14);
+    EXPECT_FALSE(has(tick(), "reReadParkAirports"));  // T = 15: nobody asked
+    run.reReadRequested = true;
+    tickTo(29);
+    EXPECT_TRUE(has(tick(), "reReadParkAirports"));  // T = 30: served
+    EXPECT_FALSE(run.reReadRequested);
+    tickTo(44);
+    EXPECT_FALSE(has(tick(), "reReadParkAirports"));  // T = 45: once per request
 }

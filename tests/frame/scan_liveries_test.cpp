@@ -7,6 +7,7 @@
 #include "frame/core/runstate.h"
 #include "frame/links.h"
 #include "liveries/scan_support.h"
+#include "support/throws.h"
 
 using ::testing::HasSubstr;
 
@@ -33,13 +34,9 @@ protected:
 
 TEST_F(ScanLiveriesStepTest, AManualScanWithoutFoldersIsError48) {
     lfolder[3].current.clear();
-    try {
-        links::scanLiveries(true);
-        FAIL() << "no error";
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_EQ(e.code(), 48);
-        EXPECT_THAT(e.what(), HasSubstr("Set lfolder parameter(-s) to your liveries first, see Manual 5.1"));
-    }
+    const auto [code, text] = gf_userErrorOf([] { links::scanLiveries(true); });
+    EXPECT_EQ(code, 48);
+    EXPECT_THAT(text, HasSubstr("Set lfolder parameter(-s) to your liveries first, see Manual 5.1"));
     EXPECT_TRUE(SCAN_LIVERIES.current);
 }
 

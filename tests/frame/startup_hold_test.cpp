@@ -80,11 +80,17 @@ TEST_P(StartHoldCases, ARecentRunHoldsTheRestOfTwoSeconds) {
         << "the run goes on after the hold";
 }
 
+void PrintTo(const HoldCase& c, std::ostream* os) { *os << c.secondsAgo << " s ago"; }
+
 INSTANTIATE_TEST_SUITE_P(SinceLastRun, StartHoldCases,
                          ::testing::Values(HoldCase{-30, "Holding for 2 seconds...", "-30 seconds"},
                                            HoldCase{0, "Holding for 2 seconds...", "0 seconds"},
                                            HoldCase{1, "Holding for 1 seconds...", "1 second"},
                                            HoldCase{2, nullptr, "2 seconds"}, HoldCase{59, nullptr, "59 seconds"},
-                                           HoldCase{60, nullptr, "1 minute and 0 seconds"}));
+                                           HoldCase{60, nullptr, "1 minute and 0 seconds"}),
+                         [](const ::testing::TestParamInfo<HoldCase>& info) {
+                             const int64_t s = info.param.secondsAgo;
+                             return s < 0 ? "In" + std::to_string(-s) + "Seconds" : std::to_string(s) + "SecondsAgo";
+                         });
 
 }  // namespace

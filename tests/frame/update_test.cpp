@@ -12,6 +12,7 @@
 #include "frame/links.h"
 #include "frame/update.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 #include "tools/updatedouble/double.h"
 
 namespace fs = std::filesystem;
@@ -204,14 +205,10 @@ TEST_F(UpdateTest, ANewProgramArrivesAsInstallerAndStopsTheRun) {
     udbl::gf_writeZip(root_ / "server/downloads/release/setup_ZARK_P3D_v9.4.0.zip",
                       {{"ZARK_P3D_setup.exe", "MZ installer"}});
     ARCHIVE_VERSION.current = "21.0.0";
-    try {
-        gf_dailyDataCheck();
-        FAIL() << "no stop";
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_EQ(e.code(), 99);
-        EXPECT_NE(std::string(e.what()).find("New version 9.4.0 available"), std::string::npos);
-        EXPECT_NE(std::string(e.what()).find("install_new_version.exe"), std::string::npos);
-    }
+    const auto [code, text] = gf_userErrorOf(gf_dailyDataCheck);
+    EXPECT_EQ(code, 99);
+    EXPECT_NE(text.find("New version 9.4.0 available"), std::string::npos);
+    EXPECT_NE(text.find("install_new_version.exe"), std::string::npos);
     EXPECT_EQ(readFile(folders::installer), "MZ installer");
     EXPECT_FALSE(fs::exists("setup_ZARK_P3D_v9.4.0.zip"));
     EXPECT_FALSE(archiveUpdated());  // the steps behind the program wait for the next start

@@ -7,6 +7,7 @@
 #include "liveries/dbase_builder.h"
 #include "liveries/fixes.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 using ::testing::HasSubstr;
 
@@ -65,11 +66,7 @@ TEST_F(FixesTest, AMissingSectionLeavesItsTableEmptyAndAMissingFileIsError3) {
     EXPECT_EQ(fixes.pvtFixes.size(), 1u);
 
     std::filesystem::remove("input/fixes.xml");
-    try {
-        gf_readFixes();
-        FAIL() << "a missing file was accepted";
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_EQ(e.code(), 3);
-        EXPECT_THAT(e.what(), HasSubstr("input/fixes.xml (or sections of it) not found?"));
-    }
+    const auto [code, text] = gf_userErrorOf(gf_readFixes);
+    EXPECT_EQ(code, 3);
+    EXPECT_THAT(text, HasSubstr("input/fixes.xml (or sections of it) not found?"));
 }

@@ -12,6 +12,7 @@
 #include "liveries/liveries_file.h"
 #include "liveries/matching.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 using ::testing::HasSubstr;
 
@@ -182,13 +183,9 @@ TEST_F(MatchingTest, TheTwentiethRefusedTitleEndsTheRunWithError81) {
     }
     Act last = aircraft("SWR", "A320", "", false);
     last.livery = titles.back();
-    try {
-        gf_liveryNotCreated(last);
-        FAIL() << "no error 81";
-    } catch (const zel::UserErrorException& e) {
-        EXPECT_EQ(e.code(), 81);
-        EXPECT_THAT(e.what(), HasSubstr("there are too many liveries that could not be created by P3D!, see Log.txt"));
-    }
+    const auto [code, text] = gf_userErrorOf([&] { gf_liveryNotCreated(last); });
+    EXPECT_EQ(code, 81);
+    EXPECT_THAT(text, HasSubstr("there are too many liveries that could not be created by P3D!, see Log.txt"));
     EXPECT_THAT(logText(),
                 HasSubstr("\n===> Error 81, there are too many liveries that could not be created by P3D!\n"));
     EXPECT_EQ(gf_matchCounts().refused, 20u);

@@ -36,20 +36,22 @@ protected:
 
 TEST_F(RealDbaseTest, TypesHaveTheirRealCategoriesAndSpans) {
     EXPECT_GT(dbase.aircraft.size(), 2500u);
-    EXPECT_EQ(gf_modelCategory("B738"), ModelCategory::Large);
+    using enum ModelCategory;
+    for (const auto& [type, category] : std::vector<std::pair<const char*, ModelCategory>>{{"B738", Large},
+                                                                                           {"A320", Large},
+                                                                                           {"E190", Large},
+                                                                                           {"CRJ9", Large},
+                                                                                           {"DH8D", Large},
+                                                                                           {"B744", Heavy},
+                                                                                           {"A388", Heavy},
+                                                                                           {"C56X", Buzjets},
+                                                                                           {"CL60", Buzjets},
+                                                                                           {"GLEX", Buzjets},
+                                                                                           {"F16", HighPerf},
+                                                                                           {"EC35", Rotorcraft},
+                                                                                           {"C172", Light}})
+        EXPECT_EQ(gf_modelCategory(type), category) << type;
     EXPECT_NEAR(gf_halfWingspan("B738"), 0.0097, 0.0002);  // 35.78 m with winglets
-    EXPECT_EQ(gf_modelCategory("A320"), ModelCategory::Large);
-    EXPECT_EQ(gf_modelCategory("E190"), ModelCategory::Large);
-    EXPECT_EQ(gf_modelCategory("CRJ9"), ModelCategory::Large);
-    EXPECT_EQ(gf_modelCategory("DH8D"), ModelCategory::Large);
-    EXPECT_EQ(gf_modelCategory("B744"), ModelCategory::Heavy);
-    EXPECT_EQ(gf_modelCategory("A388"), ModelCategory::Heavy);
-    EXPECT_EQ(gf_modelCategory("C56X"), ModelCategory::Buzjets);
-    EXPECT_EQ(gf_modelCategory("CL60"), ModelCategory::Buzjets);
-    EXPECT_EQ(gf_modelCategory("GLEX"), ModelCategory::Buzjets);
-    EXPECT_EQ(gf_modelCategory("F16"), ModelCategory::HighPerf);
-    EXPECT_EQ(gf_modelCategory("EC35"), ModelCategory::Rotorcraft);
-    EXPECT_EQ(gf_modelCategory("C172"), ModelCategory::Light);
     // The largest span is the Stratolaunch carrier's 117 m; the An-225 has 88.4 m.
     EXPECT_NEAR(dbase.largestHalfWingspan * 2 * 1852.0, 117.0, 0.5);
     EXPECT_NEAR(gf_halfWingspan("A225") * 2 * 1852.0, 88.4, 0.01);

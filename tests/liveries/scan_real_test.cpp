@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cctype>
 
 #include "liveries/liveries_file.h"
 #include "liveries/scan.h"
@@ -101,7 +102,18 @@ TEST_P(RealScanTest, EachRealFileGivesTheLiveriesItHolds) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Samples, RealScanTest, ::testing::ValuesIn(kRealCases));
+namespace {
+// Named by their sample folder; gtest names take only letters, digits and underscores.
+std::string lf_caseName(const ::testing::TestParamInfo<RealCase>& info) {
+    std::string name = info.param.sample;
+    for (char& c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+    return name;
+}
+void PrintTo(const RealCase& c, std::ostream* os) { *os << c.sample; }
+}  // namespace
+
+INSTANTIATE_TEST_SUITE_P(Samples, RealScanTest, ::testing::ValuesIn(kRealCases), lf_caseName);
 
 // The whole way of a scan: every sample in one folder, the saved file, the reports and the tables.
 TEST_F(RealScanTest, AFullScanSavesTheListAndTheReports) {

@@ -19,6 +19,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
 
 namespace {
 
@@ -80,6 +81,12 @@ std::vector<RuleCase> lf_ruleCases() {
         {"a CP1252 title becomes UTF-8",
          "[fltsim.0]\ntitle=Caf\xe9 Air\nsim=X\natc_parking_codes=AAL\n",
          {"AAL B738 Caf\xc3\xa9 Air  0"},
+         ""},
+        {"a UTF-8 title stays as it is (no overlong form, each character once)",
+         "[fltsim.0]\ntitle=Z\xc3\xbcrich\xc2\xa0"
+         "Air \xe2\x9c\x88\nsim=X\natc_parking_codes=AAL\n",
+         {"AAL B738 Z\xc3\xbcrich\xc2\xa0"
+          "Air \xe2\x9c\x88  0"},
          ""},
         {"no title", "[fltsim.0]\nsim=X\natc_parking_codes=AAL\n", {}, "[fltsim.0] misses title"},
         {"no parking codes", "[fltsim.0]\ntitle=A\nsim=X\n", {}, "[fltsim.0] empty atc_parking_codes="},
@@ -151,10 +158,17 @@ TEST_F(CfgRuleTest, TheMtlTreeTakesTypeAndAirlineFromNames) {
     writeFile(folder / "aircraft.cfg",
               "[fltsim.0]\ntitle=B738 AAL American\nsim=X\ntexture=AAL\natc_id=N1;x\n"
               "[fltsim.1]\ntitle=B738AALAmerican\nsim=X\ntexture=AAL\n[fltsim.2]\ntitle=Boeing\nsim=X\ntexture=AAL\n");
+    // A folder without a suffix to cut gives its type whole.
+    const fs::path plain = root_ / "sim" / "IVAO_MTL" / "IVAO_A320";
+    fs::create_directories(plain / "model");
+    fs::create_directories(plain / "texture.AAL");
+    writeFile(plain / "X.air", "air");
+    writeFile(plain / "aircraft.cfg", "[fltsim.0]\ntitle=A320 AAL American\nsim=X\ntexture=AAL\n");
     lf_scanFolder(1, root_ / "sim");
     // In the tree the text behind ";" stays: "N1;x" is one registration.
     EXPECT_THAT(lf_texts(liveries.liveryList),
-                ElementsAre("AAL B738 B738 AAL American N1;x 0", "AAL B738 B738AALAmerican  0"));
+                UnorderedElementsAre("AAL B738 B738 AAL American N1;x 0", "AAL B738 B738AALAmerican  0",
+                                     "AAL A320 A320 AAL American  0"));
     EXPECT_THAT(scanLists.incompleteSections.lines, ElementsAre(HasSubstr("[fltsim.2] misses airlinecode in title")));
 }
 

@@ -7,6 +7,7 @@
 #include "frame/core/log.h"
 #include "frame/core/message.h"
 #include "support/fixture.h"
+#include "support/throws.h"
 
 namespace fs = std::filesystem;
 
@@ -29,15 +30,11 @@ TEST_F(LogTest, MarkedLinesAreFlushedAtOnce) {
 }
 
 TEST_F(LogTest, ThreeGenerationsAreKept) {
-    gf_logLine("run one");
-    gf_closeLog();
-    gf_openLog("Log.txt");
-    gf_logLine("run two");
-    gf_closeLog();
-    gf_openLog("Log.txt");
-    gf_logLine("run three");
-    gf_closeLog();
-    gf_openLog("Log.txt");
+    for (const char* run : {"run one", "run two", "run three"}) {
+        gf_logLine(run);
+        gf_closeLog();
+        gf_openLog("Log.txt");
+    }
     gf_logLine("run four");
     gf_flushLog();
     EXPECT_NE(readFile("Log.txt").find("run four"), std::string::npos);
@@ -57,13 +54,8 @@ TEST_F(LogTest, BackupLeavesNamesWithoutDotAlone) {
 
 TEST_F(LogTest, UnwritableLogIsSystemError40) {
     gf_closeLog();
-    try {
-        gf_openLog("no-such-folder/Log.txt");
-        FAIL() << "no exception";
-    } catch (const zel::SysErrorException& e) {
-        EXPECT_EQ(e.code(), 40);
-        EXPECT_EQ(std::string(e.what()), "sys error 40: Failed to write file no-such-folder/Log.txt");
-    }
+    EXPECT_EQ(gf_thrownText<zel::SysErrorException>([] { gf_openLog("no-such-folder/Log.txt"); }),
+              "sys error 40: Failed to write file no-such-folder/Log.txt");
     // A closed log swallows writes without harm.
     gf_logLine("nowhere");
     gf_logMark("nowhere");
