@@ -4,6 +4,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -99,6 +100,48 @@ protected:
     ManualClock clock_;
     std::unique_ptr<tdbl::TrafficDouble> double_;
 };
+
+// A parked-traffic aircraft gets the stand the live search finds around its position, out to 110 m: the
+// nearest free one that fits, one it stands right on grown to its size, never a stand for another kind.
+TEST_F(ParkingTest, ParkedTrafficFindsItsStandByTheLiveSearch) {
+    parking_percentage.current = 30;
+    struct Case {
+        const char* what;
+        const char* model;
+        LatLon at;
+        const char* liveOn;  // a live aircraft holds this stand
+        const char* want;    // "" for no stand
+        double radiusM;      // the stand's radius afterwards
+    };
+    const LatLon a10{47.4536, 8.555867};
+    const LatLon e26South{47.459722, 8.556817};  // 70 m from E26, 82 m from E34, 94 m from E32
+    for (const Case c : {
+             Case{"70 m off: beyond the live 55 m", "A320", e26South, "", "E26", 33.0},
+             Case{"its stand held live: the next", "A320", e26South, "E26", "E34", 33.0},
+             Case{"right on a small stand: grows", "B77W", a10, "", "A10", gf_halfWingspan("B77W") * 1852.0 - 1.0},
+             Case{"25 m off a small stand: none fits", "B77W", {47.4536, 8.555535}, "", "", 0.0},
+             Case{"a helicopter on an aircraft stand", "EC35", a10, "", "", 0.0},
+             Case{"400 m from every stand", "A320", {47.458056, 8.548056}, "", "", 0.0},
+         }) {
+        const std::vector<Stand> before = airports.stands;
+        const size_t logged = logText().size();
+        if (*c.liveOn) stand(c.liveOn).occupiedLive = true;
+        parking.chosenPositions.clear();
+        trafficReader.parkedTraffic = {
+            PtRecord{"SWR", c.model, "", "", "SWR8", "", "", "HB-JLP", c.at.lat, c.at.lon, 0x4b1801, 1, "?"}};
+        lf_placeParkedTraffic();
+        if (*c.want) {
+            ASSERT_EQ(parking.chosenPositions.size(), 1u) << c.what;
+            const Stand& got = airports.stands[parking.chosenPositions[0].sid - 1];
+            EXPECT_EQ(got.name, c.want) << c.what;
+            EXPECT_NEAR(got.radius * 1852.0, c.radiusM, 0.01) << c.what;
+        } else {
+            EXPECT_TRUE(parking.chosenPositions.empty()) << c.what;
+            EXPECT_NE(logText().find("===> could not find a stand for PT's", logged), std::string::npos) << c.what;
+        }
+        airports.stands = before;
+    }
+}
 
 // Parked traffic takes its own stands before the history fills the rest up to the wanted count; without
 // it (a failure, nobody parked) the history alone fills them.
