@@ -1,6 +1,7 @@
 // The service's parked traffic: the decoder and its cleaning, and its rank above the history in a
 // calculation, with the traffic service double answering, failing, or knowing nobody.
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
@@ -68,15 +69,33 @@ TEST_F(ParkingTest, ParkedLinesAreDecodedAgedAndCleaned) {
 }
 
 enum class PtAnswer { Served, Fails, Empty };
+// The double's one scenario holds parked aircraft at Zurich, Paris CDG and Toulouse; the query box around
+// the park airport gets only that airport's.
+struct RankCase {
+    PtAnswer answer;
+    const char* icao;
+    LatLon at;  // the airport's reference point
+    int32_t elevationFt;
+    size_t fromPtAtLeast;  // of the scenario's aircraft there; a few at Zurich go to other stands
+};
 
-class ParkedTrafficRankTest : public ParkingTest, public ::testing::WithParamInterface<PtAnswer> {
+class ParkedTrafficRankTest : public ParkingTest, public ::testing::WithParamInterface<RankCase> {
 protected:
     void SetUp() override {
         ParkingTest::SetUp();
+        const RankCase& c = GetParam();
+        if (std::string(c.icao) != "LSZH") {
+            const std::string file = "airports/archive/stock/" + std::string(c.icao) + ".xml";
+            std::filesystem::copy_file(gf_binaryDir() / "install" / file, file);
+            airports.parkIcao = c.icao;
+            airports.stands.clear();
+            QualityPair q;
+            ASSERT_EQ(gf_readApf(q, file), "");
+        }
         gf_useManualClock(&clock_);
         tdbl::Scenario scenario = tdbl::gf_zurichScenario(gf_sourceDir());
-        if (GetParam() == PtAnswer::Empty) scenario.parked.clear();
-        if (GetParam() == PtAnswer::Fails) {
+        if (c.answer == PtAnswer::Empty) scenario.parked.clear();
+        if (c.answer == PtAnswer::Fails) {
             tdbl::Fault f;
             f.path = "/v4/traffic";
             f.querytype = "parkedtraffic";
@@ -88,7 +107,7 @@ protected:
         double_->start();
         gf_setServiceBaseUrl(double_->baseUrl());
         service.accountKey = "TEST-KEY";
-        gf_setParkAirport(47.458056, 8.548056, 1417);
+        gf_setParkAirport(c.at.lat, c.at.lon, c.elevationFt);
         gf_rtLogin(weatherClient);
     }
     void TearDown() override {
@@ -148,7 +167,7 @@ TEST_F(ParkingTest, ParkedTrafficFindsItsStandByTheLiveSearch) {
 TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
     setNow({4, 0});  // the manual clock's moment: Thursday, midnight
     MAX_FIT.current = 47;
-    parking_percentage.current = 5;
+    parking_percentage.current = 10;
     for (Stand& s : airports.stands)
         if (gf_halfWingspan("A320") <= s.radius) addOption(s, "AFR" + s.name, "", 4, {0});
     gf_firstCalculation();
@@ -165,8 +184,8 @@ TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
         EXPECT_EQ(airports.stands[c.sid - 1].name, r->standName) << "on the stand the service names";
     }
     EXPECT_EQ(static_cast<int32_t>(parking.chosenPositions.size()), gf_wantedPositions());
-    switch (GetParam()) {
-        case PtAnswer::Served: EXPECT_GE(fromPt, 7u); break;
+    switch (GetParam().answer) {
+        case PtAnswer::Served: EXPECT_GE(fromPt, GetParam().fromPtAtLeast); break;
         case PtAnswer::Fails:
             EXPECT_EQ(fromPt, 0u);
             EXPECT_TRUE(logHas("RT parkedtraffic error status: 500"));
@@ -178,7 +197,12 @@ TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
     }
 }
 
+constexpr LatLon kZurich{47.458056, 8.548056};
 INSTANTIATE_TEST_SUITE_P(Answers, ParkedTrafficRankTest,
-                         ::testing::Values(PtAnswer::Served, PtAnswer::Fails, PtAnswer::Empty));
+                         ::testing::Values(RankCase{PtAnswer::Served, "LSZH", kZurich, 1417, 7},
+                                           RankCase{PtAnswer::Fails, "LSZH", kZurich, 1417, 0},
+                                           RankCase{PtAnswer::Empty, "LSZH", kZurich, 1417, 0},
+                                           RankCase{PtAnswer::Served, "LFPG", {49.0128, 2.55}, 392, 13},
+                                           RankCase{PtAnswer::Served, "LFBO", {43.6291, 1.36382}, 499, 8}));
 
 }  // namespace
