@@ -7,7 +7,8 @@
 # --fly: 30 s after the start the user takes off, flies 32 nm east of Zurich at up to 9000 ft and comes
 # back to his stand: the park airport is left when he is out of sight and taken up again on the way back.
 #   scripts/demo.sh --scan [--seconds N]  first the livery scan on a made-up Prepar3D installation, then
-#   the run with add-on airports from real BGL files in the simulator's scenery lists, scanned at its start
+#   the run on the scanned liveries (the simulator double knows their titles and no others) with add-on
+#   airports from real BGL files in the simulator's scenery lists, scanned at its start
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
@@ -44,7 +45,12 @@ rm -rf "$install_dir"
 mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
 cp -r build/install/input/. "$install_dir/input/"
 mkdir -p "$install_dir/output"
-cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
+if [ "$scan" = 1 ]; then
+  # The traffic runs on what the scan found, and the simulator double knows exactly those titles.
+  cp "$repo/build/demo-scan/output/LiveriesScanned.xml" "$install_dir/output/"
+else
+  cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
+fi
 cp -r build/install/airports "$install_dir/"  # the stock airport files of LSZH, LFPG and LFBO
 export XDG_CONFIG_HOME="$install_dir/appdata"
 if [ "$scan" = 1 ]; then
