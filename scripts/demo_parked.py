@@ -101,43 +101,44 @@ def alive(o, end_ms):
     return o.get("createdMs", 0), o["removedMs"] if o.get("removedMs", -1) >= 0 else end_ms
 
 
-def parked_rows(install, log, record):
-    """Summary rows (text, ok) of the parked objects."""
-    objects = record.get("objects", [])
-    parked = [o for o in objects if not o.get("user") and o.get("tail", "").endswith("*") and o.get("track")]
-    end_ms = record.get("nowMs", 0)
+def counts_row(log, objects, parked, end_ms):
+    """How many parked objects came, by how many calculations and renewals, and how many went early."""
     exit_ms = max((o["removedMs"] for o in objects if o.get("removedMs", -1) >= 0), default=end_ms)
     removed = [o for o in parked if 0 <= o.get("removedMs", -1) < exit_ms - EXIT_WAVE_MS]
     renewals = re.findall(r"^(?:live stayers: \d+, )?Parking adjustments: (\d+) to be removed, (\d+) to be added", log,
                           re.M)
     calculations = len(re.findall(r"^\d+ positions \(|^\d+ positions from RT parktraffic only", log, re.M))
-    rows = [(f"parked objects: {len(parked)} created by {calculations} calculation(s), {len(renewals)} renewal(s)"
-             + (" (" + ", ".join(f"-{r} +{a}" for r, a in renewals) + ")" if renewals else "")
-             + f", {len(removed)} removed before the exit", bool(parked))]
+    return (f"parked objects: {len(parked)} created by {calculations} calculation(s), {len(renewals)} renewal(s)"
+            + (" (" + ", ".join(f"-{r} +{a}" for r, a in renewals) + ")" if renewals else "")
+            + f", {len(removed)} removed before the exit", bool(parked))
 
-    stands = airport_stands(install)
+
+def user_stand_row(objects, stands):
+    """No other object ever stood inside the circle of the stand the user started on."""
     user = next((o for o in objects if o.get("user") and o.get("track")), None)
     user_stand = None
     if user and stands:
         s, d = nearest_stand(stands, user["track"][0][1:3])
         user_stand = s if d <= USER_STAND_SEARCH_M else None
-    if user_stand:
-        circle = max(user_stand[5], STAND_TOLERANCE_M)
-        closest, by = float("inf"), ""
-        for o in objects:
-            if o.get("user"):
-                continue
-            for p in o.get("track", []):
-                if len(p) > 7 and not p[7]:
-                    continue  # airborne points pass over stands
-                d = metres((p[1], p[2]), (user_stand[2], user_stand[3]))
-                if d < closest:
-                    closest, by = d, o.get("tail", "?")
-        rows.append((f"the user's stand {user_stand[1]} never used: closest object {by or 'none'} "
-                     f"{closest:.0f} m from it (stand circle {circle:.0f} m)", closest > circle))
-    else:
-        rows.append(("the user's stand never used: the user stands on no stand of the airport files", False))
+    if not user_stand:
+        return ("the user's stand never used: the user stands on no stand of the airport files", False)
+    circle = max(user_stand[5], STAND_TOLERANCE_M)
+    closest, by = float("inf"), ""
+    for o in objects:
+        if o.get("user"):
+            continue
+        for p in o.get("track", []):
+            if len(p) > 7 and not p[7]:
+                continue  # airborne points pass over stands
+            d = metres((p[1], p[2]), (user_stand[2], user_stand[3]))
+            if d < closest:
+                closest, by = d, o.get("tail", "?")
+    return (f"the user's stand {user_stand[1]} never used: closest object {by or 'none'} "
+            f"{closest:.0f} m from it (stand circle {circle:.0f} m)", closest > circle)
 
+
+def on_stands_row(parked, stands):
+    """Every parked object at every point of its track on one real stand, with the stand's heading."""
     worst_m, worst_deg, off = 0.0, 0.0, []
     for o in parked:
         # The stand under its first point; every later point must stay on it.
@@ -147,13 +148,16 @@ def parked_rows(install, log, record):
         worst_m, worst_deg = max(worst_m, d_max), max(worst_deg, a_max)
         if s is None or d_max > STAND_TOLERANCE_M or a_max > HEADING_TOLERANCE_DEG:
             off.append(f"{o['tail']} {d_max:.1f} m/{a_max:.1f} deg from {s[1] if s else '?'}")
-    rows.append((f"parked objects on real stands: {len(parked) - len(off)} of {len(parked)} within "
-                 f"{STAND_TOLERANCE_M:g} m and {HEADING_TOLERANCE_DEG:g} deg (worst {worst_m:.2f} m, {worst_deg:.1f} deg)"
-                 + (": " + "; ".join(off[:4]) if off else ""), bool(parked) and not off))
+    return (f"parked objects on real stands: {len(parked) - len(off)} of {len(parked)} within "
+            f"{STAND_TOLERANCE_M:g} m and {HEADING_TOLERANCE_DEG:g} deg (worst {worst_m:.2f} m, {worst_deg:.1f} deg)"
+            + (": " + "; ".join(off[:4]) if off else ""), bool(parked) and not off)
 
+
+def overlap_row(install, log, parked, end_ms):
+    """No two parked objects there at the same time closer than their half wingspans added (the type of
+    the title the simulator shows, else the one the program logged)."""
     spans, titles, logged = half_spans(install), livery_types(install), logged_types(log)
-    unknown, overlaps = set(), []
-    typed = []
+    unknown, overlaps, typed = set(), [], []
     for o in parked:
         t = titles.get(o.get("title", "")) or logged.get(o["tail"], "")
         if t not in spans:
@@ -169,7 +173,16 @@ def parked_rows(install, log, record):
             d = metres(pa, pb)
             if d < ha + hb:
                 overlaps.append(f"{a['tail']} {ta} and {b['tail']} {tb} {d:.0f} m apart, spans {2 * ha:.0f}/{2 * hb:.0f} m")
-    rows.append((f"no two parked objects overlap: {len(overlaps)} overlap(s) among {len(typed)} with a wingspan"
-                 + (f" ({len(unknown)} type(s) without one: {', '.join(sorted(unknown))})" if unknown else "")
-                 + (": " + "; ".join(overlaps[:3]) if overlaps else ""), not overlaps and not unknown))
-    return rows
+    return (f"no two parked objects overlap: {len(overlaps)} overlap(s) among {len(typed)} with a wingspan"
+            + (f" ({len(unknown)} type(s) without one: {', '.join(sorted(unknown))})" if unknown else "")
+            + (": " + "; ".join(overlaps[:3]) if overlaps else ""), not overlaps and not unknown)
+
+
+def parked_rows(install, log, record):
+    """Summary rows (text, ok) of the parked objects."""
+    objects = record.get("objects", [])
+    parked = [o for o in objects if not o.get("user") and o.get("tail", "").endswith("*") and o.get("track")]
+    end_ms = record.get("nowMs", 0)
+    stands = airport_stands(install)
+    return [counts_row(log, objects, parked, end_ms), user_stand_row(objects, stands), on_stands_row(parked, stands),
+            overlap_row(install, log, parked, end_ms)]
