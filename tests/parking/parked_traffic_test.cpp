@@ -125,12 +125,10 @@ protected:
 TEST_F(ParkingTest, ParkedTrafficFindsItsStandByTheLiveSearch) {
     parking_percentage.current = 30;
     struct Case {
-        const char* what;
-        const char* model;
+        const char *what, *model;
         LatLon at;
-        const char* liveOn;  // a live aircraft holds this stand
-        const char* want;    // "" for no stand
-        double radiusM;      // the stand's radius afterwards
+        const char *liveOn, *want;  // a live aircraft holds `liveOn`; `want` "" for no stand
+        double radiusM;             // of the stand found, afterwards
     };
     const LatLon a10{47.4536, 8.555867};
     const LatLon e26South{47.459722, 8.556817};  // 70 m from E26, 82 m from E34, 94 m from E32
@@ -149,15 +147,11 @@ TEST_F(ParkingTest, ParkedTrafficFindsItsStandByTheLiveSearch) {
         trafficReader.parkedTraffic = {
             PtRecord{"SWR", c.model, "", "", "SWR8", "", "", "HB-JLP", c.at.lat, c.at.lon, 0x4b1801, 1, "?"}};
         lf_placeParkedTraffic();
-        if (*c.want) {
-            ASSERT_EQ(parking.chosenPositions.size(), 1u) << c.what;
-            const Stand& got = airports.stands[parking.chosenPositions[0].sid - 1];
-            EXPECT_EQ(got.name, c.want) << c.what;
-            EXPECT_NEAR(got.radius * 1852.0, c.radiusM, 0.01) << c.what;
-        } else {
-            EXPECT_TRUE(parking.chosenPositions.empty()) << c.what;
-            EXPECT_NE(logText().find("===> could not find a stand for PT's", logged), std::string::npos) << c.what;
-        }
+        const std::string got =
+            parking.chosenPositions.empty() ? "" : airports.stands[parking.chosenPositions[0].sid - 1].name;
+        EXPECT_EQ(got, c.want) << c.what;
+        EXPECT_NEAR(got.empty() ? 0.0 : stand(got).radius * 1852.0, c.radiusM, 0.01) << c.what;
+        EXPECT_EQ(logText().find("could not find a stand for PT's", logged) != std::string::npos, got.empty());
         airports.stands = before;
     }
 }
