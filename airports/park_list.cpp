@@ -134,25 +134,26 @@ bool gf_readParkAirports(bool force) {
     return ok;
 }
 
-void gf_writeParkAirportEntry() {
-    if (airports.parkAirports.empty()) return;
-    const ParkAirportEntry& head = airports.parkAirports.front();
+namespace {
+// The entry's line replaced or added, the lines sorted, the file saved atomically.
+void lf_writeEntry(const ParkAirportEntry& entry) {
+    std::lock_guard lock(airports.parkListFileLock);
     std::vector<std::string> lines;
     std::error_code ec;
     const bool opened = fs::exists(folders::myParkAirports, ec) &&
                         gf_readExtTextFileToStringVector(folders::myParkAirports, lines) != 0;
-    const std::string newLine = lf_entryLine(head);
+    const std::string newLine = lf_entryLine(entry);
     if (!opened) {
         lines.assign(1, newLine);
         gf_logf("{} created with {}", kFileName, newLine);
     } else {
         const auto same = std::find_if(lines.begin(), lines.end(), [&](const std::string& line) {
             const std::vector<std::string> tokens = lf_tokens(line);
-            return !tokens.empty() && tokens[0] == head.icao;
+            return !tokens.empty() && tokens[0] == entry.icao;
         });
         if (same != lines.end()) {
-            *same = fmt::format("{},{}", head.icao, head.stand);
-            gf_logf("{}:{},{} updated stand", kFileName, head.icao, head.stand);
+            *same = fmt::format("{},{}", entry.icao, entry.stand);
+            gf_logf("{}:{},{} updated stand", kFileName, entry.icao, entry.stand);
         } else {
             lines.push_back(newLine);
             gf_logf("{}:{} new entry", kFileName, newLine);
@@ -162,5 +163,17 @@ void gf_writeParkAirportEntry() {
     std::string text;
     for (const std::string& line : lines) text += line + "\n";
     gf_writeFileAtomically(folders::myParkAirports, text);
+}
+}  // namespace
+
+void gf_writeParkAirportEntry() {
+    if (airports.parkAirports.empty()) return;
+    lf_writeEntry(airports.parkAirports.front());
     lf_mirrorHead();
+}
+
+void gf_writeUserParkListHead() {
+    auto [icao, stand] = gf_userParkListHead();
+    if (icao.empty()) return;
+    lf_writeEntry({std::move(icao), std::move(stand), {}, 0.0});
 }

@@ -26,3 +26,7 @@ void gf_sortParkAirports(LatLon user);
 // Writes the head of the list into the file: its line replaced or added, the lines sorted, saved
 // atomically. A file that cannot be written stays as it was.
 void gf_writeParkAirportEntry();
+// The same from the simulator link's copy of the head (SimClient's user stand check, at a new flight and
+// when the thread ends), without touching the list the engine thread owns; the next read of the list
+// sees the new stand.
+void gf_writeUserParkListHead();

@@ -31,6 +31,7 @@ struct AirportsState {
     std::list<ParkAirportEntry> parkAirports;  // the user's park airports, nearest first after a sort
     double lastTrackLat = 0.0;                 // degrees: the user's position at the last sorting
     double lastTrackLon = 0.0;
+    std::mutex parkListFileLock;  // one writer of my_park_airports.txt at a time: engine thread or SimClient
 };
 extern AirportsState airports;  // defined in airports/state.cpp
 

@@ -67,6 +67,8 @@ void setTrace(std::vector<std::string>* trace) { g_trace = trace; }
 // --- simulator link ---
 void startSimClient() {
     lf_trace("startSimClient");
+    // The user stand check on SimClient writes the park list's head itself; set before its thread starts.
+    user.writeParkListHead = &gf_writeUserParkListHead;
     gf_startSimClient();
 }
 void stopSimClient() {

@@ -10,6 +10,7 @@
 #include "common/timeofweek.h"
 #include "engine/admission.h"
 #include "engine/records.h"
+#include "engine/stands.h"
 #include "engine/state.h"
 #include "frame/core/log.h"
 #include "frame/core/message.h"
@@ -27,25 +28,21 @@
 namespace {
 
 constexpr double kPtStandLimitNm = 0.05939524838012959;  // 110 m: a parked-traffic position this close to a stand
-constexpr double kOnStandNm = 0.010799136069114472;      // 20 m: right on a stand, whatever its size
 
-// The stand for a parked-traffic position: the nearest within 110 m that is not live-occupied and that
-// the type fits (or that it stands right on); helipads for rotorcraft only.
-uint32_t lf_standForPt(LatLon at, const std::string& model) {
-    const double halfSpan = gf_halfWingspan(model);
-    const bool rotor = gf_modelCategory(model) == ModelCategory::Rotorcraft;
-    const Stand* best = nullptr;
-    double bestNm = kPtStandLimitNm;
-    for (const Stand& s : airports.stands) {
-        if (s.occupiedLive) continue;
-        const double d = gf_distanceNm(at, {s.latitude, s.longitude});
-        if (d > bestNm) continue;
-        if (halfSpan - s.radius > kFitSlackNm && d > kOnStandNm) continue;
-        best = &s;
-        bestNm = d;
-    }
-    if (!best || best->heli != rotor) return 0;
-    return best->sid;
+// The stand for a parked-traffic aircraft: the live stand search around its position, as for an aircraft
+// that stops there (nearest free stand that fits, a stand it stands right on grows to it, helipads for
+// rotorcraft only), but out to 110 m: the service's positions are rough. 0 for none.
+uint32_t lf_standForPt(const PtRecord& r, const std::string& airline) {
+    Act probe;  // the search reads only the head
+    probe.callsign = r.callsign;
+    probe.airline = airline;
+    probe.model = r.model;
+    probe.reg = r.reg;
+    probe.category = gf_modelCategory(r.model);
+    probe.halfSpan = gf_halfWingspan(r.model);
+    if (const DbaseRecord* known = gf_dbaseFind(r.reg)) probe.cargo = known->cargo;
+    const Stand* stand = gf_searchStandNear({r.latitude, r.longitude}, probe, kPtStandLimitNm, false);
+    return stand == nullptr ? 0 : stand->sid;
 }
 
 bool lf_actStandsFor(const PtRecord& r) {
@@ -88,7 +85,7 @@ void lf_placeOne(const PtRecord& r, int32_t w) {
     if (r.callsign.empty() || gf_seenLive(r.callsign)) return;
     if (lf_actStandsFor(r)) return;
     const std::string airline = r.airline.empty() ? gf_airlineFromCallsign(r.callsign) : r.airline;
-    const uint32_t sid = lf_standForPt({r.latitude, r.longitude}, r.model);
+    const uint32_t sid = lf_standForPt(r, airline);
     if (sid == 0) {
         gf_logf("          [{:10}: {:8x} {:8} {:12} ===> could not find a stand for PT's {:.6f} {:.6f}]", r.standName,
                 r.hexid, r.callsign, r.reg, r.latitude, r.longitude);

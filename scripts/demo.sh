@@ -8,7 +8,8 @@
 # --fly: 30 s after the start the user takes off, flies 32 nm east of Zurich at up to 9000 ft and comes
 # back to his stand: the park airport is left when he is out of sight and taken up again on the way back.
 #   scripts/demo.sh --scan [--seconds N]  first the livery scan on a made-up Prepar3D installation, then
-#   the run with add-on airports from real BGL files in the simulator's scenery lists, scanned at its start
+#   the run on the scanned liveries (the simulator double knows their titles and no others) with add-on
+#   airports from real BGL files in the simulator's scenery lists, scanned at its start
 set -euo pipefail
 cd "$(dirname "$0")/.."
 repo=$PWD
@@ -45,7 +46,12 @@ rm -rf "$install_dir"
 mkdir -p "$install_dir/docs" "$install_dir/input" "$install_dir/appdata/ZARK_P3D" "$install_dir/Prepar3D v5/Scenery"
 cp -r build/install/input/. "$install_dir/input/"
 mkdir -p "$install_dir/output"
-cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
+if [ "$scan" = 1 ]; then
+  # The traffic runs on what the scan found, and the simulator double knows exactly those titles.
+  cp "$repo/build/demo-scan/output/LiveriesScanned.xml" "$install_dir/output/"
+else
+  cp build/install/output/LiveriesScanned.xml "$install_dir/output/"
+fi
 cp -r build/install/airports "$install_dir/"  # the stock airport files of LSZH, LFPG and LFBO
 export XDG_CONFIG_HOME="$install_dir/appdata"
 if [ "$scan" = 1 ]; then
@@ -123,5 +129,9 @@ echo "== fidelity: the recorded flights through the engine and the simulator dou
 build/tools/fidelity/fidelity --out "$install_dir/fidelity" > "$install_dir/fidelity.out" 2>&1 ||
   echo "fidelity failed, see $install_dir/fidelity.out" >&2
 
-python3 scripts/demo_summary.py "$install_dir" "$zark_rc" "$fly"
-if [ "$scan" = 1 ]; then demo_scan_airports_summary "$install_dir"; fi
+# The summary fails the demo when one of its checks fails (the parked objects' checks among them); the
+# scan's summary is printed in any case.
+summary_rc=0
+python3 scripts/demo_summary.py "$install_dir" "$zark_rc" "$fly" || summary_rc=$?
+if [ "$scan" = 1 ]; then demo_scan_airports_summary "$install_dir" || summary_rc=1; fi
+exit "$summary_rc"

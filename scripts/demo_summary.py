@@ -9,6 +9,8 @@ import sys
 from collections import defaultdict
 from pathlib import Path
 
+from demo_parked import metres, parked_rows
+
 DELAY_S = 30.0           # the program shows the traffic this far behind the service
 # The median distance of the objects from their flights 30 s earlier: about what an airliner on approach
 # covers in 7 s. Placement and creation take 3 s.
@@ -56,12 +58,6 @@ def position_at(flight, schedule, utc):
     b = p[k]
     f = (phase - a[0]) / (b[0] - a[0])
     return a[1] + (b[1] - a[1]) * f, a[2] + (b[2] - a[2]) * f
-
-
-def metres(a, b):
-    la1, lo1, la2, lo2 = map(math.radians, (a[0], a[1], b[0], b[1]))
-    h = math.sin((la2 - la1) / 2) ** 2 + math.cos(la1) * math.cos(la2) * math.sin((lo2 - lo1) / 2) ** 2
-    return math.asin(math.sqrt(h)) * 6875.493541569878 * 1852.0
 
 
 def median(v):
@@ -212,6 +208,8 @@ rows.append(("learned files saved: " + (", ".join(f"{p} ({n} update{'' if n == '
 # The daily check at the start: what came from the update server.
 updates = re.findall(r"^Downloading (\S+) version (\S+) \.\.\.$", log, re.M)
 updates += [("archive", v) for v in re.findall(r"^Archive has been updated to version (\S+)", log, re.M)]
+# The parked aircraft: how many came and went, the user's stand, real stands, no overlaps.
+rows += parked_rows(install, log, record)
 rows.append(("daily update: " + (", ".join(f"{p} {v}" for p, v in updates) or "nothing new"), bool(updates)))
 print("\n== ZARK_P3D demo summary ==")
 for text, ok in rows:

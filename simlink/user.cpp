@@ -212,6 +212,11 @@ void gf_setUserParkListHead(const std::string& icao, const std::string& stand) {
     user.parkListHeadStand = stand;
 }
 
+std::pair<std::string, std::string> gf_userParkListHead() {
+    std::lock_guard lock(user.parkLock);
+    return {user.parkListHeadIcao, user.parkListHeadStand};
+}
+
 void gf_checkUserStand() {
     const UserSnapshot snapshot = user.simSnapshot;  // SimClient is its only writer
     if (!user.userOnGroundKnown || snapshot.groundVelocity > 2.0) return;

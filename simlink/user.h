@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "common/geo.h"
@@ -71,6 +72,8 @@ extern UserAircraft user;  // defined in simlink/state.cpp
 // The engine thread hands over the park airport's stands (empty: none loaded) and the park list's head.
 void gf_setUserParkStands(std::vector<UserStandSpot> stands, const std::string& icao);
 void gf_setUserParkListHead(const std::string& icao, const std::string& stand);
+// The park list's head as the user stand check keeps it: its airport and stand.
+std::pair<std::string, std::string> gf_userParkListHead();
 // Name of the stand of the park airport within 55 m of `position`; empty when none, when the list is
 // empty or the user is not on the ground. The last answer is cached for an identical position.
 std::string gf_standAtPosition(LatLon position);

@@ -1,9 +1,11 @@
 // The service's parked traffic: the decoder and its cleaning, and its rank above the history in a
 // calculation, with the traffic service double answering, failing, or knowing nobody.
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <set>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -67,15 +69,33 @@ TEST_F(ParkingTest, ParkedLinesAreDecodedAgedAndCleaned) {
 }
 
 enum class PtAnswer { Served, Fails, Empty };
+// The double's one scenario holds parked aircraft at Zurich, Paris CDG and Toulouse; the query box around
+// the park airport gets only that airport's.
+struct RankCase {
+    PtAnswer answer;
+    const char* icao;
+    LatLon at;  // the airport's reference point
+    int32_t elevationFt;
+    size_t fromPtAtLeast;  // of the scenario's aircraft there; a few at Zurich go to other stands
+};
 
-class ParkedTrafficRankTest : public ParkingTest, public ::testing::WithParamInterface<PtAnswer> {
+class ParkedTrafficRankTest : public ParkingTest, public ::testing::WithParamInterface<RankCase> {
 protected:
     void SetUp() override {
         ParkingTest::SetUp();
+        const RankCase& c = GetParam();
+        if (std::string(c.icao) != "LSZH") {
+            const std::string file = "airports/archive/stock/" + std::string(c.icao) + ".xml";
+            std::filesystem::copy_file(gf_binaryDir() / "install" / file, file);
+            airports.parkIcao = c.icao;
+            airports.stands.clear();
+            QualityPair q;
+            ASSERT_EQ(gf_readApf(q, file), "");
+        }
         gf_useManualClock(&clock_);
         tdbl::Scenario scenario = tdbl::gf_zurichScenario(gf_sourceDir());
-        if (GetParam() == PtAnswer::Empty) scenario.parked.clear();
-        if (GetParam() == PtAnswer::Fails) {
+        if (c.answer == PtAnswer::Empty) scenario.parked.clear();
+        if (c.answer == PtAnswer::Fails) {
             tdbl::Fault f;
             f.path = "/v4/traffic";
             f.querytype = "parkedtraffic";
@@ -87,7 +107,7 @@ protected:
         double_->start();
         gf_setServiceBaseUrl(double_->baseUrl());
         service.accountKey = "TEST-KEY";
-        gf_setParkAirport(47.458056, 8.548056, 1417);
+        gf_setParkAirport(c.at.lat, c.at.lon, c.elevationFt);
         gf_rtLogin(weatherClient);
     }
     void TearDown() override {
@@ -100,12 +120,48 @@ protected:
     std::unique_ptr<tdbl::TrafficDouble> double_;
 };
 
+// A parked-traffic aircraft gets the stand the live search finds around its position, out to 110 m: the
+// nearest free one that fits, one it stands right on grown to its size, never a stand for another kind.
+TEST_F(ParkingTest, ParkedTrafficFindsItsStandByTheLiveSearch) {
+    parking_percentage.current = 30;
+    struct Case {
+        const char *what, *model;
+        LatLon at;
+        const char *liveOn, *want;  // a live aircraft holds `liveOn`; `want` "" for no stand
+        double radiusM;             // of the stand found, afterwards
+    };
+    const LatLon a10{47.4536, 8.555867};
+    const LatLon e26South{47.459722, 8.556817};  // 70 m from E26, 82 m from E34, 94 m from E32
+    for (const Case c : {
+             Case{"70 m off: beyond the live 55 m", "A320", e26South, "", "E26", 33.0},
+             Case{"its stand held live: the next", "A320", e26South, "E26", "E34", 33.0},
+             Case{"right on a small stand: grows", "B77W", a10, "", "A10", gf_halfWingspan("B77W") * 1852.0 - 1.0},
+             Case{"25 m off a small stand: none fits", "B77W", {47.4536, 8.555535}, "", "", 0.0},
+             Case{"a helicopter on an aircraft stand", "EC35", a10, "", "", 0.0},
+             Case{"400 m from every stand", "A320", {47.458056, 8.548056}, "", "", 0.0},
+         }) {
+        const std::vector<Stand> before = airports.stands;
+        const size_t logged = logText().size();
+        if (*c.liveOn) stand(c.liveOn).occupiedLive = true;
+        parking.chosenPositions.clear();
+        trafficReader.parkedTraffic = {
+            PtRecord{"SWR", c.model, "", "", "SWR8", "", "", "HB-JLP", c.at.lat, c.at.lon, 0x4b1801, 1, "?"}};
+        lf_placeParkedTraffic();
+        const std::string got =
+            parking.chosenPositions.empty() ? "" : airports.stands[parking.chosenPositions[0].sid - 1].name;
+        EXPECT_EQ(got, c.want) << c.what;
+        EXPECT_NEAR(got.empty() ? 0.0 : stand(got).radius * 1852.0, c.radiusM, 0.01) << c.what;
+        EXPECT_EQ(logText().find("could not find a stand for PT's", logged) != std::string::npos, got.empty());
+        airports.stands = before;
+    }
+}
+
 // Parked traffic takes its own stands before the history fills the rest up to the wanted count; without
 // it (a failure, nobody parked) the history alone fills them.
 TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
     setNow({4, 0});  // the manual clock's moment: Thursday, midnight
     MAX_FIT.current = 47;
-    parking_percentage.current = 5;
+    parking_percentage.current = 10;
     for (Stand& s : airports.stands)
         if (gf_halfWingspan("A320") <= s.radius) addOption(s, "AFR" + s.name, "", 4, {0});
     gf_firstCalculation();
@@ -122,8 +178,8 @@ TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
         EXPECT_EQ(airports.stands[c.sid - 1].name, r->standName) << "on the stand the service names";
     }
     EXPECT_EQ(static_cast<int32_t>(parking.chosenPositions.size()), gf_wantedPositions());
-    switch (GetParam()) {
-        case PtAnswer::Served: EXPECT_GE(fromPt, 7u); break;
+    switch (GetParam().answer) {
+        case PtAnswer::Served: EXPECT_GE(fromPt, GetParam().fromPtAtLeast); break;
         case PtAnswer::Fails:
             EXPECT_EQ(fromPt, 0u);
             EXPECT_TRUE(logHas("RT parkedtraffic error status: 500"));
@@ -135,7 +191,12 @@ TEST_P(ParkedTrafficRankTest, ParkedTrafficComesBeforeHistory) {
     }
 }
 
+constexpr LatLon kZurich{47.458056, 8.548056};
 INSTANTIATE_TEST_SUITE_P(Answers, ParkedTrafficRankTest,
-                         ::testing::Values(PtAnswer::Served, PtAnswer::Fails, PtAnswer::Empty));
+                         ::testing::Values(RankCase{PtAnswer::Served, "LSZH", kZurich, 1417, 7},
+                                           RankCase{PtAnswer::Fails, "LSZH", kZurich, 1417, 0},
+                                           RankCase{PtAnswer::Empty, "LSZH", kZurich, 1417, 0},
+                                           RankCase{PtAnswer::Served, "LFPG", {49.0128, 2.55}, 392, 13},
+                                           RankCase{PtAnswer::Served, "LFBO", {43.6291, 1.36382}, 499, 8}));
 
 }  // namespace

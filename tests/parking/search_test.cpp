@@ -21,9 +21,10 @@ struct FitCase {
     std::vector<uint32_t> optionHalfHours;
     int32_t maxFit;
     const char* cs2;
-    const char* seen;  // a callsign in the last traffic data; "" none
-    int32_t offset;    // offset it is found at; -1 not found
-    bool stays;        // still there in the next half hour
+    const char* seen;      // a callsign in the last traffic data; "" none
+    int32_t offset;        // offset it is found at; -1 not found
+    bool stays;            // still there in the next half hour
+    bool nextDay = false;  // the stand also has the aircraft's option for the next day at half hour 0
 };
 
 const FitCase kFitCases[] = {
@@ -35,6 +36,7 @@ const FitCase kFitCases[] = {
     {"coupled, leaves next half hour", {3, 20}, 3, {20}, 0, "AFR4412", "", 0, false},
     {"coupled, still there", {3, 20}, 3, {18, 19, 20, 21}, 2, "AFR4412", "", 0, true},
     {"coupled at midnight", {3, 47}, 3, {47}, 0, "AFR4412", "", 0, false},
+    {"coupled at midnight, there tomorrow", {3, 47}, 3, {47}, 0, "AFR4412", "", 0, true, true},
     {"coupled partner live", {3, 20}, 3, {19}, 2, "AFR4412", "AFR4412", -1, false},
     {"first callsign live as a ghost", {3, 20}, 3, {20}, 0, "", "AFR4411_", -1, false},
     {"impossible day", {3, 20}, 9, {20}, 47, "", "", -1, false},
@@ -51,6 +53,7 @@ TEST_P(FitTest, FindsTheOptionAtItsOffset) {
     ParkPos& o = addOption(s, "AFR4411", c.cs2, c.optionDay, {});
     for (const uint32_t h : c.optionHalfHours) o.hh |= uint64_t{1} << h;
     if (*c.seen) parking.seenCallsigns.insert(c.seen);
+    if (c.nextDay) addOption(s, "AFR9", "", c.optionDay + 1, {0});
 
     lf_choosePositions(c.now, 1, 0);
 
@@ -75,17 +78,6 @@ INSTANTIATE_TEST_SUITE_P(Offsets, FitTest, ::testing::ValuesIn(kFitCases), [](co
         if (!std::isalnum(static_cast<unsigned char>(ch))) ch = '_';
     return n;
 });
-
-// The next day's option of the same aircraft at half hour 0 keeps a coupled aircraft there at midnight.
-TEST_F(ParkingTest, CoupledAircraftAtMidnightStaysByTheNextDaysOption) {
-    setNow({3, 47});
-    Stand& s = stand("A10");
-    addOption(s, "AFR4411", "AFR4412", 3, {47});
-    addOption(s, "AFR9", "", 4, {0});
-    lf_choosePositions({3, 47}, 1, 0);
-    ASSERT_EQ(parking.chosenPositions.size(), 1u);
-    EXPECT_TRUE(parking.chosenPositions.front().stays);
-}
 
 // One aircraft can't stand in two places: a registration found at an earlier offset wins.
 TEST_F(ParkingTest, RegistrationFoundEarlierIsNotTakenAgain) {

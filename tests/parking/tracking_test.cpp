@@ -176,6 +176,11 @@ TEST_F(TrackingTest, TheParkListReportsWhatTheUserMustMendAndKeepsTheRest) {
     EXPECT_EQ(parking.reservedStand, "A17");
     EXPECT_FALSE(stand("A15")->reserved);
     EXPECT_TRUE(stand("A17")->reserved);
+
+    // The simulator link's stand check (another thread) writes its own copy of the head into the file.
+    gf_setUserParkListHead("LSZH", "B36");
+    gf_writeUserParkListHead();
+    EXPECT_EQ(readFile(folders::myParkAirports), "LSZH,B36\n");
 }
 
 TEST_F(TrackingTest, SoftLearningIsOnlyForAirportsWithAThinHistory) {

@@ -198,6 +198,32 @@ Fault gf_faultFromJson(const json& j) {
     return f;
 }
 
+namespace {
+// The parked aircraft of one stand file: each stands at the position of the first row of its stand.
+void lf_readParked(const fs::path& dir, const std::string& standsFile, const json& parked,
+                   std::vector<ParkedAircraft>& out) {
+    std::map<std::string, std::pair<double, double>> stands;
+    for (const auto& row : lf_readCsv(dir / standsFile))
+        stands.emplace(row.at(0), std::make_pair(std::stod(row.at(1)), std::stod(row.at(2))));  // first wins
+    for (const json& p : parked) {
+        ParkedAircraft a;
+        a.hexid = p.value("hexid", "");
+        a.stand = p.value("stand", "");
+        a.type = p.value("type", "");
+        a.reg = p.value("reg", "");
+        a.callsign = p.value("callsign", "");
+        a.seenMinutesAgo = p.value("seen_min_ago", 0);
+        const auto it = stands.find(a.stand);
+        if (it == stands.end())
+            throw std::runtime_error("trafficdouble: scenario names unknown stand \"" + a.stand + "\" of " +
+                                     standsFile);
+        a.lat = it->second.first;
+        a.lon = it->second.second;
+        out.push_back(std::move(a));
+    }
+}
+}  // namespace
+
 Scenario gf_loadScenario(const fs::path& file) {
     std::ifstream in(file);
     if (!in) throw std::runtime_error("trafficdouble: cannot read scenario " + file.string());
@@ -262,26 +288,12 @@ Scenario gf_loadScenario(const fs::path& file) {
             f.durationS = f.points.empty() ? 0.0 : f.points.back().t;
         }
     }
-    if (j.contains("parked") && j.contains("stands")) {
-        std::map<std::string, std::pair<double, double>> stands;
-        for (const auto& row : lf_readCsv(dir / j["stands"].get<std::string>()))
-            stands.emplace(row.at(0), std::make_pair(std::stod(row.at(1)), std::stod(row.at(2))));  // first wins
-        for (const json& p : j["parked"]) {
-            ParkedAircraft a;
-            a.hexid = p.value("hexid", "");
-            a.stand = p.value("stand", "");
-            a.type = p.value("type", "");
-            a.reg = p.value("reg", "");
-            a.callsign = p.value("callsign", "");
-            a.seenMinutesAgo = p.value("seen_min_ago", 0);
-            const auto it = stands.find(a.stand);
-            if (it == stands.end())
-                throw std::runtime_error("trafficdouble: scenario names unknown stand \"" + a.stand + "\"");
-            a.lat = it->second.first;
-            a.lon = it->second.second;
-            s.parked.push_back(std::move(a));
-        }
-    }
+    if (j.contains("parked") && j.contains("stands"))
+        lf_readParked(dir, j["stands"].get<std::string>(), j["parked"], s.parked);
+    // Aircraft parked at the other airports whose stands we have, each list with its own stand file.
+    if (j.contains("parked_elsewhere"))
+        for (const json& airport : j["parked_elsewhere"])
+            lf_readParked(dir, airport.at("stands").get<std::string>(), airport.at("parked"), s.parked);
     if (j.contains("faults"))
         for (const json& f : j["faults"]) s.faults.push_back(gf_faultFromJson(f));
     return s;
